@@ -1,0 +1,18 @@
+// The orvella command line: each group of subcommands registers itself on the application.
+#pragma once
+
+#include <CLI/CLI.hpp>
+#include <stdexcept>
+#include <string>
+
+namespace orvella::cli {
+
+// A failure a command reports to the user: printed as "orvella: <message>", exit status 1.
+struct CommandError : std::runtime_error {
+    using std::runtime_error::runtime_error;
+};
+
+// orvella reg get|set|delete|list|export|import
+void AddRegCommands(CLI::App& app);
+
+}  // namespace orvella::cli

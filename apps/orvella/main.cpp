@@ -1,0 +1,39 @@
+// The orvella program: runs the add-in on the embedded platform from the command line.
+#include <cstdio>
+#include <exception>
+#include <string>
+
+#include "commands.h"
+#include "home.h"
+
+#ifndef ORVELLA_VERSION
+#define ORVELLA_VERSION "0.0.0"
+#endif
+
+int main(int argc, char** argv) {
+    CLI::App app{"Orvella orders your incoming mail by how much it matters to you.", "orvella"};
+    app.set_version_flag("--version", "orvella " ORVELLA_VERSION);
+    app.require_subcommand(0, 1);
+
+    std::string home;
+    app.add_option("--home", home, "Orvella home directory (default: $ORVELLA_HOME, else ~/.local/share/orvella)")
+        ->envname("ORVELLA_HOME");
+    app.parse_complete_callback([&] {
+        if (!home.empty()) orvella::platform::SetHomeDirectory(home);
+    });
+
+    orvella::cli::AddRegCommands(app);
+
+    try {
+        app.parse(argc, argv);
+        if (app.get_subcommands().empty()) {
+            std::fputs(app.help().c_str(), stdout);
+        }
+    } catch (const CLI::ParseError& e) {
+        return app.exit(e);
+    } catch (const std::exception& e) {
+        std::fprintf(stderr, "orvella: %s\n", e.what());
+        return 1;
+    }
+    return 0;
+}

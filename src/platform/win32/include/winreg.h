@@ -1,0 +1,5 @@
+// The Win32 registry API.
+#pragma once
+
+#include "windef.h"
+#include "winerror.h"

@@ -2,8 +2,8 @@
 // transaction on the database of the handle's home.
 #include <cstring>
 #include <mutex>
-#include <unordered_map>
 
+#include "common/handle_table.h"
 #include "registry_failure.h"
 #include "registry_store.h"
 #include "registry_view.h"
@@ -22,41 +22,8 @@ struct OpenKeyState {
     REGSAM access = 0;
 };
 
-// Handles are never reused, so a stale handle is reported as invalid, never mistaken for another.
-class HandleTable {
-public:
-    HKEY Add(OpenKeyState state) {
-        std::lock_guard lock(mutex_);
-        next_ += 4;
-        open_.emplace(next_, std::move(state));
-        return reinterpret_cast<HKEY>(next_);
-    }
-
-    // The state is released by the caller, outside the lock: it may close a database.
-    std::optional<OpenKeyState> Remove(HKEY key) {
-        std::lock_guard lock(mutex_);
-        const auto it = open_.find(reinterpret_cast<std::uintptr_t>(key));
-        if (it == open_.end()) return std::nullopt;
-        OpenKeyState removed = std::move(it->second);
-        open_.erase(it);
-        return removed;
-    }
-
-    std::optional<OpenKeyState> Find(HKEY key) {
-        std::lock_guard lock(mutex_);
-        const auto it = open_.find(reinterpret_cast<std::uintptr_t>(key));
-        if (it == open_.end()) return std::nullopt;
-        return it->second;
-    }
-
-private:
-    std::mutex mutex_;
-    std::unordered_map<std::uintptr_t, OpenKeyState> open_;
-    std::uintptr_t next_ = 0x10000;
-};
-
-HandleTable& Handles() {
-    static HandleTable table;
+orvella::platform::HandleTable<HKEY, OpenKeyState>& Handles() {
+    static orvella::platform::HandleTable<HKEY, OpenKeyState> table(0x10000);
     return table;
 }
 

@@ -2,10 +2,9 @@
 // WaitForSingleObject.
 #include "handle_table.h"
 
-#include <cstdint>
-#include <mutex>
 #include <optional>
-#include <unordered_map>
+
+#include "common/handle_table.h"
 
 namespace orvella::platform::sync {
 namespace {
@@ -15,41 +14,9 @@ struct OpenHandle {
     DWORD access = 0;
 };
 
-class HandleTable {
-public:
-    HANDLE Add(OpenHandle entry) {
-        std::lock_guard lock(mutex_);
-        next_ += 4;
-        open_.emplace(next_, std::move(entry));
-        return reinterpret_cast<HANDLE>(next_);
-    }
-
-    std::optional<OpenHandle> Find(HANDLE handle) {
-        std::lock_guard lock(mutex_);
-        const auto it = open_.find(reinterpret_cast<std::uintptr_t>(handle));
-        if (it == open_.end()) return std::nullopt;
-        return it->second;
-    }
-
-    // The removed entry is destroyed by the caller, outside the table's lock.
-    std::optional<OpenHandle> Remove(HANDLE handle) {
-        std::lock_guard lock(mutex_);
-        const auto it = open_.find(reinterpret_cast<std::uintptr_t>(handle));
-        if (it == open_.end()) return std::nullopt;
-        OpenHandle removed = std::move(it->second);
-        open_.erase(it);
-        return removed;
-    }
-
-private:
-    std::mutex mutex_;
-    std::unordered_map<std::uintptr_t, OpenHandle> open_;
-    // A range of its own, so that a registry key or window handle is never mistaken for one.
-    std::uintptr_t next_ = 0x4B000000;
-};
-
-HandleTable& Handles() {
-    static HandleTable table;
+// A range of its own, so that a registry key or window handle is never mistaken for one.
+HandleTable<HANDLE, OpenHandle>& Handles() {
+    static HandleTable<HANDLE, OpenHandle> table(0x4B000000);
     return table;
 }
 

@@ -1,0 +1,179 @@
+// SQLite connections, statements and transactions for the store provider.
+#include "sqlite_db.h"
+
+#include <sqlite3.h>
+
+namespace orvella::platform::mapi::store {
+
+HRESULT HResultFromSqlite(int rc) {
+    switch (rc & 0xFF) {
+        case SQLITE_CORRUPT:
+        case SQLITE_NOTADB:
+        case SQLITE_FORMAT:
+            return MAPI_E_CORRUPT_STORE;
+        case SQLITE_FULL:
+        case SQLITE_IOERR:
+        case SQLITE_CANTOPEN:
+        case SQLITE_READONLY:
+        case SQLITE_PERM:
+            return MAPI_E_DISK_ERROR;
+        case SQLITE_BUSY:
+        case SQLITE_LOCKED:
+            return MAPI_E_BUSY;
+        case SQLITE_NOMEM:
+        case SQLITE_TOOBIG:
+            return MAPI_E_NOT_ENOUGH_MEMORY;
+        default:
+            return MAPI_E_CALL_FAILED;
+    }
+}
+
+Statement::Statement(const Database& db, std::string_view sql) : db_(db) {
+    int rc = sqlite3_prepare_v3(db.handle(), sql.data(), static_cast<int>(sql.size()),
+                                SQLITE_PREPARE_PERSISTENT, &statement_, nullptr);
+    if (rc != SQLITE_OK) db.Fail(rc, "preparing a query");
+}
+
+Statement::~Statement() {
+    sqlite3_finalize(statement_);
+}
+
+Statement& Statement::Bind(int index, std::int64_t value) {
+    sqlite3_bind_int64(statement_, index, value);
+    return *this;
+}
+
+Statement& Statement::Bind(int index, double value) {
+    sqlite3_bind_double(statement_, index, value);
+    return *this;
+}
+
+Statement& Statement::BindText(int index, std::string_view text) {
+    sqlite3_bind_text(statement_, index, text.data(), static_cast<int>(text.size()),
+                      SQLITE_TRANSIENT);
+    return *this;
+}
+
+Statement& Statement::BindBlob(int index, std::span<const std::uint8_t> bytes) {
+    // A zero-length blob must stay a blob, not become NULL.
+    static const std::uint8_t kEmpty = 0;
+    sqlite3_bind_blob(statement_, index, bytes.empty() ? &kEmpty : bytes.data(),
+                      static_cast<int>(bytes.size()), SQLITE_TRANSIENT);
+    return *this;
+}
+
+Statement& Statement::BindNull(int index) {
+    sqlite3_bind_null(statement_, index);
+    return *this;
+}
+
+bool Statement::Step() {
+    int rc = sqlite3_step(statement_);
+    if (rc == SQLITE_ROW) return true;
+    if (rc == SQLITE_DONE) return false;
+    sqlite3_reset(statement_);
+    db_.Fail(rc, "reading or writing");
+}
+
+void Statement::Run() {
+    while (Step()) {
+    }
+    Reset();
+}
+
+void Statement::Reset() {
+    sqlite3_reset(statement_);
+    sqlite3_clear_bindings(statement_);
+}
+
+int Statement::ColumnType(int column) const {
+    return sqlite3_column_type(statement_, column);
+}
+std::int64_t Statement::Int(int column) const {
+    return sqlite3_column_int64(statement_, column);
+}
+double Statement::Real(int column) const {
+    return sqlite3_column_double(statement_, column);
+}
+bool Statement::IsNull(int column) const {
+    return ColumnType(column) == SQLITE_NULL;
+}
+
+std::string_view Statement::Text(int column) const {
+    auto* text = reinterpret_cast<const char*>(sqlite3_column_text(statement_, column));
+    return text ? std::string_view(text, sqlite3_column_bytes(statement_, column))
+                : std::string_view();
+}
+
+std::span<const std::uint8_t> Statement::Blob(int column) const {
+    auto* bytes = static_cast<const std::uint8_t*>(sqlite3_column_blob(statement_, column));
+    return bytes ? std::span<const std::uint8_t>(
+                       bytes, static_cast<size_t>(sqlite3_column_bytes(statement_, column)))
+                 : std::span<const std::uint8_t>();
+}
+
+Database::Database(const std::filesystem::path& file, bool create) : file_(file) {
+    int flags = SQLITE_OPEN_READWRITE | SQLITE_OPEN_NOMUTEX | (create ? SQLITE_OPEN_CREATE : 0);
+    int rc = sqlite3_open_v2(file.c_str(), &db_, flags, nullptr);
+    if (rc != SQLITE_OK) {
+        int code = rc;
+        sqlite3_close_v2(db_);
+        db_ = nullptr;
+        throw StoreFailure(HResultFromSqlite(code),
+                           "cannot open " + file.string() + ": " + sqlite3_errstr(code));
+    }
+    sqlite3_extended_result_codes(db_, 1);
+    // Another process writing the same store waits its turn instead of failing.
+    sqlite3_busy_timeout(db_, 30000);
+}
+
+Database::~Database() {
+    statements_.clear();
+    sqlite3_close_v2(db_);
+}
+
+Statement& Database::Cached(const std::string& sql) {
+    auto found = statements_.find(sql);
+    if (found == statements_.end())
+        found = statements_.emplace(sql, std::make_unique<Statement>(*this, sql)).first;
+    found->second->Reset();
+    return *found->second;
+}
+
+void Database::Exec(const char* sql) {
+    char* message = nullptr;
+    int rc = sqlite3_exec(db_, sql, nullptr, nullptr, &message);
+    if (message) sqlite3_free(message);
+    if (rc != SQLITE_OK) Fail(rc, "running a statement");
+}
+
+std::int64_t Database::LastInsertId() const {
+    return sqlite3_last_insert_rowid(db_);
+}
+int Database::Changes() const {
+    return sqlite3_changes(db_);
+}
+
+void Database::Fail(int rc, std::string_view what) const {
+    HRESULT code = HResultFromSqlite(rc);
+    std::string text = code == MAPI_E_CORRUPT_STORE
+                           ? file_.string() + " is damaged or is not a message store"
+                           : file_.string() + ": " + std::string(what) + " failed";
+    text += " (" + std::string(sqlite3_errmsg(db_)) + ")";
+    throw StoreFailure(code, text);
+}
+
+Transaction::Transaction(Database& db) : db_(db) {
+    db_.Cached("BEGIN IMMEDIATE").Run();
+}
+
+Transaction::~Transaction() {
+    if (open_) sqlite3_exec(db_.handle(), "ROLLBACK", nullptr, nullptr, nullptr);
+}
+
+void Transaction::Commit() {
+    db_.Cached("COMMIT").Run();
+    open_ = false;
+}
+
+}  // namespace orvella::platform::mapi::store

@@ -1,0 +1,117 @@
+// The store's one door to SQLite: a connection with cached statements, transactions, and the
+// translation of SQLite failures into MAPI's result codes (the only place that translates them).
+#pragma once
+
+#include <cstdint>
+#include <filesystem>
+#include <map>
+#include <memory>
+#include <span>
+#include <stdexcept>
+#include <string>
+#include <string_view>
+
+#include "mapicode.h"
+
+struct sqlite3;
+struct sqlite3_stmt;
+
+namespace orvella::platform::mapi::store {
+
+// A failure inside the provider: the MAPI code a caller gets and a text for GetLastError that
+// names the store file when the file is at fault. Thrown inside the provider only; every
+// interface method catches it and returns the code.
+class StoreFailure : public std::runtime_error {
+public:
+    StoreFailure(HRESULT code, const std::string& message)
+        : std::runtime_error(message), code_(code) {}
+    HRESULT code() const { return code_; }
+
+private:
+    HRESULT code_;
+};
+
+// SQLite's result code as MAPI reports it: corruption and foreign files as MAPI_E_CORRUPT_STORE,
+// a full disk as MAPI_E_DISK_ERROR, a lock held too long as MAPI_E_BUSY, memory as
+// MAPI_E_NOT_ENOUGH_MEMORY, anything else as MAPI_E_CALL_FAILED.
+HRESULT HResultFromSqlite(int rc);
+
+class Database;
+
+// One prepared statement. Bind indexes start at 1, column indexes at 0.
+class Statement {
+public:
+    Statement(const Database& db, std::string_view sql);
+    ~Statement();
+    Statement(const Statement&) = delete;
+    Statement& operator=(const Statement&) = delete;
+
+    Statement& Bind(int index, std::int64_t value);
+    Statement& Bind(int index, double value);
+    Statement& BindText(int index, std::string_view text);
+    Statement& BindBlob(int index, std::span<const std::uint8_t> bytes);
+    Statement& BindNull(int index);
+
+    // Advances to the next row: true when there is one, false when done. Throws StoreFailure.
+    bool Step();
+    // Runs a statement that returns no rows.
+    void Run();
+    // Clears bindings and rewinds, ready for the next use.
+    void Reset();
+
+    int ColumnType(int column) const;  // SQLITE_INTEGER, SQLITE_FLOAT, SQLITE_TEXT ...
+    std::int64_t Int(int column) const;
+    double Real(int column) const;
+    std::string_view Text(int column) const;
+    std::span<const std::uint8_t> Blob(int column) const;
+    bool IsNull(int column) const;
+
+private:
+    const Database& db_;
+    sqlite3_stmt* statement_ = nullptr;
+};
+
+// One connection to one database file, used by one thread at a time (callers lock).
+class Database {
+public:
+    // Opens (and with `create`, creates) the file. Throws StoreFailure naming the file.
+    Database(const std::filesystem::path& file, bool create);
+    ~Database();
+    Database(const Database&) = delete;
+    Database& operator=(const Database&) = delete;
+
+    // A cached statement for this SQL text, reset and ready to bind. Valid until the
+    // connection closes; not re-entrant: finish with one use before asking for it again.
+    Statement& Cached(const std::string& sql);
+    // Runs one or more statements without results.
+    void Exec(const char* sql);
+    std::int64_t LastInsertId() const;
+    int Changes() const;
+    const std::filesystem::path& file() const { return file_; }
+    sqlite3* handle() const { return db_; }
+
+    // Raises a failure of this connection, naming the file.
+    [[noreturn]] void Fail(int rc, std::string_view what) const;
+
+private:
+    std::filesystem::path file_;
+    sqlite3* db_ = nullptr;
+    std::map<std::string, std::unique_ptr<Statement>> statements_;
+};
+
+// BEGIN IMMEDIATE ... COMMIT: the writer lock is taken up front, so a transaction never fails
+// half-way for another writer (the connection waits for it). Rolls back unless committed.
+class Transaction {
+public:
+    explicit Transaction(Database& db);
+    ~Transaction();
+    Transaction(const Transaction&) = delete;
+    Transaction& operator=(const Transaction&) = delete;
+    void Commit();
+
+private:
+    Database& db_;
+    bool open_ = true;
+};
+
+}  // namespace orvella::platform::mapi::store

@@ -1,0 +1,432 @@
+// Folder tables read from the store file.
+#include "folder_rows.h"
+
+#include <algorithm>
+#include <functional>
+#include <set>
+#include <string>
+
+#include "db/value_codec.h"
+#include "mapitags.h"
+#include "mapix.h"
+#include "restriction.h"
+#include "store_objects.h"
+
+namespace orvella::platform::mapi::store {
+namespace {
+
+// Types whose stored order and equality in SQL (NOCASE text, integers, reals, memcmp blobs)
+// agree with CompareProps.
+bool SqlComparable(ULONG type) {
+    switch (type) {
+        case PT_I2:
+        case PT_LONG:
+        case PT_BOOLEAN:
+        case PT_I8:
+        case PT_CURRENCY:
+        case PT_SYSTIME:
+        case PT_R4:
+        case PT_DOUBLE:
+        case PT_APPTIME:
+        case PT_STRING8:
+        case PT_BINARY:
+            return true;
+        default:
+            return false;
+    }
+}
+
+// Every tag a restriction reads, with the multi-valued form of each single-valued one (the
+// evaluator falls back to it).
+void CollectTags(const SRestriction* res, std::set<ULONG>& tags) {
+    if (!res) return;
+    auto add = [&](ULONG tag) {
+        tags.insert(tag & ~MV_INSTANCE);
+        if (!(PROP_TYPE(tag) & MV_FLAG)) tags.insert(tag | MV_FLAG);
+    };
+    switch (res->rt) {
+        case RES_AND:
+        case RES_OR:
+            for (ULONG i = 0; i < res->res.resAnd.cRes; ++i)
+                CollectTags(&res->res.resAnd.lpRes[i], tags);
+            break;
+        case RES_NOT:
+            CollectTags(res->res.resNot.lpRes, tags);
+            break;
+        case RES_COMMENT:
+            CollectTags(res->res.resComment.lpRes, tags);
+            break;
+        case RES_PROPERTY:
+            add(res->res.resProperty.ulPropTag);
+            break;
+        case RES_CONTENT:
+            add(res->res.resContent.ulPropTag);
+            break;
+        case RES_EXIST:
+            add(res->res.resExist.ulPropTag);
+            break;
+        case RES_BITMASK:
+            add(res->res.resBitMask.ulPropTag);
+            break;
+        case RES_SIZE:
+            add(res->res.resSize.ulPropTag);
+            break;
+        case RES_COMPAREPROPS:
+            add(res->res.resCompareProps.ulPropTag1);
+            add(res->res.resCompareProps.ulPropTag2);
+            break;
+        default:
+            break;
+    }
+}
+
+std::string TagList(const std::vector<ULONG>& tags) {
+    std::string list;
+    for (ULONG tag : tags) {
+        if (!list.empty()) list += ',';
+        list += std::to_string(tag);
+    }
+    return list.empty() ? "0" : list;
+}
+
+// One object's row: its values for `tags` (stored or computed) in one MAPI buffer.
+struct LoadedRow {
+    ObjectInfo info;
+    MapiBuffer<SPropValue> values;
+    std::vector<const SPropValue*> found;  // per requested tag, null when lacking
+};
+
+}  // namespace
+
+FolderRows::FolderRows(std::shared_ptr<StoreDatabase> store, ObjectId folder, Scope scope)
+    : store_(std::move(store)), folder_(folder), scope_(scope) {}
+
+std::vector<ULONG> FolderRows::DefaultColumns() {
+    if (IsHierarchy())
+        return {PR_ENTRYID, PR_DISPLAY_NAME_A, PR_CONTAINER_CLASS_A, PR_DEPTH, PR_INSTANCE_KEY};
+    return {PR_ENTRYID, PR_MESSAGE_CLASS_A, PR_SUBJECT_A, PR_INSTANCE_KEY};
+}
+
+HRESULT FolderRows::MembershipVersion(std::uint64_t& version) {
+    LastError ignored;
+    return Guarded(ignored, [&] {
+        version = static_cast<std::uint64_t>(IsHierarchy() ? store_->HierarchyVersion()
+                                                           : store_->MembershipVersion(folder_));
+        return S_OK;
+    });
+}
+
+std::vector<std::pair<ObjectId, LONG>> FolderRows::WalkFolders() {
+    std::vector<std::pair<ObjectId, LONG>> walk;
+    std::function<void(ObjectId, LONG)> visit = [&](ObjectId parent, LONG depth) {
+        for (ObjectId child : store_->Children(parent, EntryKind::Folder, false)) {
+            walk.emplace_back(child, depth);
+            if (scope_ == Scope::AllSubfolders) visit(child, depth + 1);
+        }
+    };
+    visit(folder_, 1);
+    std::lock_guard lock(mutex_);
+    depth_.clear();
+    for (auto [id, depth] : walk) depth_[id] = depth;
+    return walk;
+}
+
+std::string FolderRows::Narrowing(const SRestriction& res, std::vector<const SPropValue*>& binds) {
+    auto indexed = [&](ULONG tag) {
+        return !(PROP_TYPE(tag) & MV_FLAG) && SqlComparable(PROP_TYPE(tag)) &&
+               !store_->TagInUse(tag | MV_FLAG) && store_->EnsureValueIndex(tag);
+    };
+    auto equal = [&](ULONG tag, const SPropValue* value) -> std::string {
+        if (!value || value->ulPropTag != tag || !indexed(tag)) return {};
+        binds.push_back(value);
+        return "SELECT obj FROM props WHERE tag = " + std::to_string(tag) + " AND val = ?" +
+               std::to_string(binds.size() + 2) + " COLLATE NOCASE";
+    };
+    auto nested = [](const std::string& select) { return "SELECT obj FROM (" + select + ")"; };
+    switch (res.rt) {
+        case RES_PROPERTY:
+            if (res.res.resProperty.relop != RELOP_EQ) return {};
+            return equal(res.res.resProperty.ulPropTag, res.res.resProperty.lpProp);
+        case RES_CONTENT:
+            // A full-string match, with or without case, lies within the case-blind equality.
+            if ((res.res.resContent.ulFuzzyLevel & 0xFFFF) != FL_FULLSTRING ||
+                PROP_TYPE(res.res.resContent.ulPropTag) != PT_STRING8)
+                return {};
+            return equal(res.res.resContent.ulPropTag, res.res.resContent.lpProp);
+        case RES_EXIST:
+            if (!indexed(res.res.resExist.ulPropTag)) return {};
+            return "SELECT obj FROM props WHERE tag = " +
+                   std::to_string(res.res.resExist.ulPropTag);
+        case RES_AND: {
+            std::string sql;
+            for (ULONG i = 0; i < res.res.resAnd.cRes; ++i) {
+                std::string part = Narrowing(res.res.resAnd.lpRes[i], binds);
+                if (part.empty()) continue;
+                sql += (sql.empty() ? "" : " INTERSECT ") + nested(part);
+            }
+            return sql;
+        }
+        case RES_OR: {
+            if (res.res.resOr.cRes == 0) return {};
+            std::string sql;
+            for (ULONG i = 0; i < res.res.resOr.cRes; ++i) {
+                std::string part = Narrowing(res.res.resOr.lpRes[i], binds);
+                if (part.empty()) return {};
+                sql += (sql.empty() ? "" : " UNION ") + nested(part);
+            }
+            return sql;
+        }
+        default:
+            return {};
+    }
+}
+
+HRESULT FolderRows::Candidates(const SRestriction& restriction,
+                               std::optional<std::vector<RowKey>>& candidates) {
+    candidates.reset();
+    if (IsHierarchy()) return S_OK;
+    LastError ignored;
+    return Guarded(ignored, [&] {
+        std::vector<const SPropValue*> binds;
+        std::string narrowing = Narrowing(restriction, binds);
+        if (narrowing.empty()) return S_OK;
+        store_->WithDatabase([&](Database& db) {
+            Statement& query = db.Cached("SELECT id FROM objects WHERE id IN (" + narrowing +
+                                         ") AND parent = ?1 AND kind = 3 AND assoc = ?2");
+            query.Bind(1, folder_).Bind(2, std::int64_t{scope_ == Scope::AssociatedMessages});
+            for (std::size_t i = 0; i < binds.size(); ++i)
+                BindValue(query, static_cast<int>(i + 3), *binds[i]);
+            std::vector<RowKey> keys;
+            while (query.Step()) keys.push_back(query.Int(0));
+            candidates = std::move(keys);
+        });
+        return S_OK;
+    });
+}
+
+// Reads rows under the store's lock. Missing objects are skipped.
+static void LoadRows(StoreDatabase& store, Database& db, std::span<const RowKey> keys,
+                     const std::vector<ULONG>& tags,
+                     const std::unordered_map<ObjectId, LONG>* depth,
+                     const std::function<void(RowKey, LoadedRow&)>& take) {
+    std::vector<ULONG> stored;
+    for (ULONG tag : tags)
+        if (PROP_TYPE(tag) != PT_ERROR && PROP_TYPE(tag) != PT_UNSPECIFIED) stored.push_back(tag);
+    Statement& object = db.Cached("SELECT kind, parent, assoc, change FROM objects WHERE id = ?1");
+    const std::string values_sql =
+        "SELECT tag, val FROM props WHERE obj = ?1 AND tag IN (" + TagList(stored) + ")";
+    for (RowKey key : keys) {
+        object.Reset();
+        object.Bind(1, key);
+        if (!object.Step()) continue;
+        LoadedRow row;
+        row.info = {key, static_cast<EntryKind>(object.Int(0)), object.Int(1), object.Int(2) != 0,
+                    object.Int(3)};
+        object.Reset();
+        void* buffer = nullptr;
+        if (FAILED(MAPIAllocateBuffer(static_cast<ULONG>(sizeof(SPropValue) * (tags.size() + 1)),
+                                      &buffer)))
+            throw StoreFailure(MAPI_E_NOT_ENOUGH_MEMORY, "out of memory reading rows");
+        row.values.Reset(static_cast<LPSPropValue>(buffer));
+        row.found.assign(tags.size(), nullptr);
+        for (std::size_t i = 0; i < tags.size(); ++i) {
+            row.values[i] = {};
+            row.values[i].ulPropTag = PROP_TAG(PT_ERROR, PROP_ID(tags[i]));
+            row.values[i].Value.err = MAPI_E_NOT_FOUND;
+        }
+        Statement& values = db.Cached(values_sql);
+        values.Bind(1, key);
+        while (values.Step()) {
+            const ULONG tag = static_cast<ULONG>(values.Int(0));
+            for (std::size_t i = 0; i < tags.size(); ++i) {
+                if (tags[i] != tag) continue;
+                if (FAILED(ReadValue(values, 1, tag, buffer, row.values[i]))) {
+                    values.Reset();
+                    throw StoreFailure(MAPI_E_CORRUPT_STORE,
+                                       store.file().string() + " holds a damaged property value");
+                }
+                if (ValueBytes(row.values[i]) > kLargeValueBytes) {
+                    row.values[i].ulPropTag = PROP_TAG(PT_ERROR, PROP_ID(tag));
+                    row.values[i].Value.err = MAPI_E_NOT_ENOUGH_MEMORY;
+                } else {
+                    row.found[i] = &row.values[i];
+                }
+            }
+        }
+        values.Reset();
+        for (std::size_t i = 0; i < tags.size(); ++i) {
+            if (row.found[i]) continue;
+            SPropValue computed = {};
+            bool have = false;
+            const ULONG tag = tags[i];
+            if (tag == PR_INSTANCE_KEY) {
+                void* bytes = nullptr;
+                if (SUCCEEDED(MAPIAllocateMore(8, buffer, &bytes))) {
+                    for (int b = 0; b < 8; ++b)
+                        static_cast<BYTE*>(bytes)[b] = static_cast<BYTE>(key >> (8 * (7 - b)));
+                    computed.ulPropTag = tag;
+                    computed.Value.bin = {8, static_cast<LPBYTE>(bytes)};
+                    have = true;
+                }
+            } else if (tag == PR_DEPTH && depth) {
+                auto found = depth->find(key);
+                if (found != depth->end()) {
+                    computed.ulPropTag = tag;
+                    computed.Value.l = found->second;
+                    have = true;
+                }
+            } else if ((tag == PR_CONTENT_COUNT || tag == PR_ASSOC_CONTENT_COUNT ||
+                        tag == PR_SUBFOLDERS) &&
+                       row.info.kind == EntryKind::Folder) {
+                Statement& count = db.Cached(
+                    "SELECT count(*) FROM objects WHERE parent = ?1 AND kind = ?2 AND assoc = ?3");
+                count.Bind(1, key)
+                    .Bind(2, std::int64_t{tag == PR_SUBFOLDERS ? 2 : 3})
+                    .Bind(3, std::int64_t{tag == PR_ASSOC_CONTENT_COUNT});
+                std::int64_t n = count.Step() ? count.Int(0) : 0;
+                count.Reset();
+                computed.ulPropTag = tag;
+                if (tag == PR_SUBFOLDERS)
+                    computed.Value.b = n > 0;
+                else
+                    computed.Value.l = static_cast<LONG>(n);
+                have = true;
+            } else {
+                have = ComputeCommon(store, row.info, tag, buffer, computed);
+            }
+            if (have && computed.ulPropTag == tag) {
+                row.values[i] = computed;
+                row.found[i] = &row.values[i];
+            }
+        }
+        take(key, row);
+    }
+}
+
+HRESULT FolderRows::Match(std::span<const RowKey> keys, const SRestriction& restriction,
+                          std::vector<bool>& matches) {
+    matches.assign(keys.size(), false);
+    LastError ignored;
+    return Guarded(ignored, [&] {
+        std::set<ULONG> tag_set;
+        CollectTags(&restriction, tag_set);
+        std::vector<ULONG> tags(tag_set.begin(), tag_set.end());
+        std::unordered_map<RowKey, bool> result;
+        std::lock_guard lock(mutex_);
+        store_->WithDatabase([&](Database& db) {
+            LoadRows(*store_, db, keys, tags, &depth_, [&](RowKey key, LoadedRow& row) {
+                auto lookup = [&](ULONG tag) -> const SPropValue* {
+                    for (std::size_t i = 0; i < tags.size(); ++i)
+                        if (tags[i] == tag) return row.found[i];
+                    return nullptr;
+                };
+                result[key] = EvaluateRestriction(restriction, lookup);
+            });
+        });
+        for (std::size_t i = 0; i < keys.size(); ++i) matches[i] = result[keys[i]];
+        return S_OK;
+    });
+}
+
+HRESULT FolderRows::ReadRows(std::span<const RowKey> keys, const SPropTagArray& columns,
+                             std::vector<RowValues>& rows) {
+    rows.clear();
+    LastError ignored;
+    return Guarded(ignored, [&] {
+        std::vector<ULONG> tags(columns.aulPropTag, columns.aulPropTag + columns.cValues);
+        std::lock_guard lock(mutex_);
+        store_->WithDatabase([&](Database& db) {
+            LoadRows(*store_, db, keys, tags, &depth_, [&](RowKey key, LoadedRow& row) {
+                rows.push_back({key, columns.cValues, std::move(row.values)});
+            });
+        });
+        return S_OK;
+    });
+}
+
+std::vector<RowKey> FolderRows::OrderedKeys(const SSortOrderSet* sort) {
+    const ULONG sort_keys = sort ? sort->cSorts : 0;
+    bool in_sql = !IsHierarchy();
+    for (ULONG i = 0; i < sort_keys; ++i)
+        in_sql &= !(PROP_TYPE(sort->aSort[i].ulPropTag) & MV_FLAG) &&
+                  SqlComparable(PROP_TYPE(sort->aSort[i].ulPropTag));
+    std::vector<RowKey> keys;
+    if (in_sql) {
+        std::string joins, order;
+        for (ULONG i = 0; i < sort_keys; ++i) {
+            const std::string alias = "s" + std::to_string(i);
+            joins += " LEFT JOIN props " + alias + " ON " + alias + ".obj = o.id AND " + alias +
+                     ".tag = " + std::to_string(sort->aSort[i].ulPropTag);
+            order += alias + ".val COLLATE NOCASE" +
+                     (sort->aSort[i].ulOrder == TABLE_SORT_DESCEND ? " DESC, " : " ASC, ");
+        }
+        store_->WithDatabase([&](Database& db) {
+            Statement& query = db.Cached("SELECT o.id FROM objects o" + joins +
+                                         " WHERE o.parent = ?1 AND o.kind = 3 AND o.assoc = ?2"
+                                         " ORDER BY " +
+                                         order + "o.id");
+            query.Bind(1, folder_).Bind(2, std::int64_t{scope_ == Scope::AssociatedMessages});
+            while (query.Step()) keys.push_back(query.Int(0));
+        });
+        return keys;
+    }
+    if (IsHierarchy()) {
+        for (auto [id, depth] : WalkFolders()) keys.push_back(id);
+    } else {
+        keys = store_->Children(folder_, EntryKind::Message, scope_ == Scope::AssociatedMessages);
+    }
+    if (sort_keys == 0) return keys;
+    // Sorting by values SQL cannot order as MAPI does: read them and sort here.
+    std::vector<ULONG> tags;
+    for (ULONG i = 0; i < sort_keys; ++i) tags.push_back(sort->aSort[i].ulPropTag);
+    std::unordered_map<RowKey, LoadedRow> loaded;
+    std::lock_guard lock(mutex_);
+    store_->WithDatabase([&](Database& db) {
+        LoadRows(*store_, db, keys, tags, &depth_,
+                 [&](RowKey key, LoadedRow& row) { loaded.emplace(key, std::move(row)); });
+    });
+    std::stable_sort(keys.begin(), keys.end(), [&](RowKey a, RowKey b) {
+        const LoadedRow& ra = loaded.at(a);
+        const LoadedRow& rb = loaded.at(b);
+        for (ULONG i = 0; i < sort_keys; ++i) {
+            const SPropValue* va = ra.found[i];
+            const SPropValue* vb = rb.found[i];
+            int c = !va && !vb ? 0 : !va ? -1 : !vb ? 1 : CompareProps(*va, *vb);
+            if (sort->aSort[i].ulOrder == TABLE_SORT_DESCEND) c = -c;
+            if (c) return c < 0;
+        }
+        return false;
+    });
+    return keys;
+}
+
+HRESULT FolderRows::Keys(const SRestriction* restriction, const SSortOrderSet* sort,
+                         std::vector<RowKey>& keys) {
+    keys.clear();
+    LastError ignored;
+    return Guarded(ignored, [&]() -> HRESULT {
+        std::vector<RowKey> ordered = OrderedKeys(sort);
+        if (!restriction) {
+            keys = std::move(ordered);
+            return S_OK;
+        }
+        std::optional<std::vector<RowKey>> candidates;
+        if (HRESULT hr = Candidates(*restriction, candidates); FAILED(hr)) return hr;
+        if (candidates) {
+            std::set<RowKey> allowed(candidates->begin(), candidates->end());
+            std::erase_if(ordered, [&](RowKey key) { return !allowed.count(key); });
+        }
+        constexpr std::size_t kBatch = 256;
+        for (std::size_t at = 0; at < ordered.size(); at += kBatch) {
+            auto batch =
+                std::span<const RowKey>(ordered).subspan(at, std::min(kBatch, ordered.size() - at));
+            std::vector<bool> matches;
+            if (HRESULT hr = Match(batch, *restriction, matches); FAILED(hr)) return hr;
+            for (std::size_t i = 0; i < batch.size(); ++i)
+                if (matches[i]) keys.push_back(batch[i]);
+        }
+        return S_OK;
+    });
+}
+
+}  // namespace orvella::platform::mapi::store

@@ -1,0 +1,48 @@
+// The rows of a folder's tables: its messages (contents and associated contents) or its
+// subfolders (hierarchy), read from the store file. Equality searches are narrowed through
+// value indexes; the restriction evaluator decides every row.
+#pragma once
+
+#include <memory>
+#include <mutex>
+#include <unordered_map>
+
+#include "row_source.h"
+#include "store_database.h"
+
+namespace orvella::platform::mapi::store {
+
+class FolderRows final : public RowSource {
+public:
+    enum class Scope { Messages, AssociatedMessages, Subfolders, AllSubfolders };
+    FolderRows(std::shared_ptr<StoreDatabase> store, ObjectId folder, Scope scope);
+
+    HRESULT MembershipVersion(std::uint64_t& version) override;
+    HRESULT Keys(const SRestriction* restriction, const SSortOrderSet* sort,
+                 std::vector<RowKey>& keys) override;
+    HRESULT Candidates(const SRestriction& restriction,
+                       std::optional<std::vector<RowKey>>& candidates) override;
+    HRESULT Match(std::span<const RowKey> keys, const SRestriction& restriction,
+                  std::vector<bool>& matches) override;
+    HRESULT ReadRows(std::span<const RowKey> keys, const SPropTagArray& columns,
+                     std::vector<RowValues>& rows) override;
+    std::vector<ULONG> DefaultColumns() override;
+
+private:
+    bool IsHierarchy() const {
+        return scope_ == Scope::Subfolders || scope_ == Scope::AllSubfolders;
+    }
+    // Folder ids below the folder in depth-first order with their depth (from 1).
+    std::vector<std::pair<ObjectId, LONG>> WalkFolders();
+    // The SQL that narrows a restriction to candidate ids, or empty when it cannot.
+    std::string Narrowing(const SRestriction& restriction, std::vector<const SPropValue*>& binds);
+    std::vector<RowKey> OrderedKeys(const SSortOrderSet* sort);
+
+    std::shared_ptr<StoreDatabase> store_;
+    ObjectId folder_;
+    Scope scope_;
+    std::mutex mutex_;
+    std::unordered_map<ObjectId, LONG> depth_;  // of the last hierarchy walk
+};
+
+}  // namespace orvella::platform::mapi::store

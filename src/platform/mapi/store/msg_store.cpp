@@ -1,0 +1,104 @@
+// IMsgStore over a store file: entry ids, receive folders and the store's own properties.
+#include <cstring>
+
+#include "mapitags.h"
+#include "mapix.h"
+#include "store_objects.h"
+
+namespace orvella::platform::mapi::store {
+MsgStore::MsgStore(std::shared_ptr<StoreDatabase> store, bool writable)
+    : props_(store, *store->Find(kStoreObject), writable, *this) {}
+
+const std::vector<ULONG>& MsgStore::ComputedTags() const {
+    return CommonComputedTags();
+}
+
+bool MsgStore::Compute(ULONG tag, void* parent, SPropValue& out) {
+    return ComputeCommon(props_.store(), props_.info(), tag, parent, out);
+}
+
+HRESULT MsgStore::CompareEntryIDs(ULONG cb1, LPENTRYID id1, ULONG cb2, LPENTRYID id2, ULONG,
+                                  ULONG* result) {
+    if (!result) return MAPI_E_INVALID_PARAMETER;
+    auto a = ParseEntryId(cb1, id1);
+    auto b = ParseEntryId(cb2, id2);
+    if (!a || !b) return MAPI_E_UNKNOWN_ENTRYID;
+    *result = std::memcmp(&a->store, &b->store, sizeof(GUID)) == 0 && a->kind == b->kind &&
+              a->object == b->object;
+    return S_OK;
+}
+
+HRESULT MsgStore::OpenEntry(ULONG cb, LPENTRYID entry_id, LPCIID, ULONG flags, ULONG* type,
+                            LPUNKNOWN* out) {
+    return Guarded(props_.last_error(), [&] {
+        return OpenStoreEntry(props_.store_ptr(), cb, entry_id, flags, type, out);
+    });
+}
+
+HRESULT MsgStore::SetReceiveFolder(LPTSTR, ULONG, ULONG cb, LPENTRYID entry_id) {
+    auto parts = ParseEntryId(cb, entry_id);
+    if (!parts || parts->kind != EntryKind::Folder) return MAPI_E_INVALID_ENTRYID;
+    return Guarded(props_.last_error(), [&] {
+        ObjectProperties writer(props_.store_ptr(), *props_.store().Find(kStoreObject), true,
+                                *this);
+        SPropValue value = {};
+        value.ulPropTag = kReceiveFolderTag;
+        value.Value.bin.cb = cb;
+        value.Value.bin.lpb = reinterpret_cast<LPBYTE>(entry_id);
+        writer.Put(value);
+        return writer.SaveChanges(FORCE_SAVE);
+    });
+}
+
+HRESULT MsgStore::GetReceiveFolder(LPTSTR, ULONG, ULONG* cb, LPENTRYID* entry_id,
+                                   LPTSTR* explicit_class) {
+    if (!cb || !entry_id) return MAPI_E_INVALID_PARAMETER;
+    *cb = 0;
+    *entry_id = nullptr;
+    if (explicit_class) *explicit_class = nullptr;
+    return Guarded(props_.last_error(), [&]() -> HRESULT {
+        // Read fresh: another session may have changed it.
+        PropertyMap saved = props_.store().LoadProperties(kStoreObject);
+        auto found = saved.find(PROP_ID(kReceiveFolderTag));
+        if (found == saved.end()) return MAPI_E_NOT_FOUND;
+        const SBinary& bin = found->second->Value.bin;
+        void* copy = nullptr;
+        if (FAILED(MAPIAllocateBuffer(bin.cb, &copy))) return MAPI_E_NOT_ENOUGH_MEMORY;
+        std::memcpy(copy, bin.lpb, bin.cb);
+        *cb = bin.cb;
+        *entry_id = static_cast<LPENTRYID>(copy);
+        return S_OK;
+    });
+}
+
+HRESULT OpenStoreEntry(const std::shared_ptr<StoreDatabase>& store, ULONG cb,
+                       const ENTRYID* entry_id, ULONG flags, ULONG* type, LPUNKNOWN* out) {
+    if (!out) return MAPI_E_INVALID_PARAMETER;
+    *out = nullptr;
+    ObjectId id = 0;
+    if (!entry_id || cb == 0) {
+        auto roots = store->Children(kStoreObject, EntryKind::Folder, false);
+        if (roots.empty()) return MAPI_E_NOT_FOUND;
+        id = roots.front();
+    } else {
+        auto parts = ParseEntryId(cb, entry_id);
+        if (!parts || std::memcmp(&parts->store, &store->uid(), sizeof(GUID)) != 0)
+            return MAPI_E_INVALID_ENTRYID;
+        if (parts->kind == EntryKind::Store) {
+            if (type) *type = MAPI_STORE;
+            return ReturnObject(MakeCom<MsgStore>(store, (flags & MAPI_MODIFY) != 0), out);
+        }
+        id = parts->object;
+    }
+    auto info = store->Find(id);
+    if (!info) return MAPI_E_NOT_FOUND;
+    const bool writable = (flags & (MAPI_MODIFY | MAPI_BEST_ACCESS)) != 0;
+    if (info->kind == EntryKind::Folder) {
+        if (type) *type = MAPI_FOLDER;
+        return ReturnObject(MakeCom<Folder>(store, *info, writable), out);
+    }
+    if (type) *type = MAPI_MESSAGE;
+    return ReturnObject(MakeCom<Message>(store, *info, writable), out);
+}
+
+}  // namespace orvella::platform::mapi::store

@@ -1,0 +1,518 @@
+// The store file: schema, objects, properties, recipients, named properties and value indexes.
+#include "store_database.h"
+
+#include <sqlite3.h>
+
+#include <cstdio>
+#include <cstring>
+#include <unordered_map>
+
+#include "db/value_codec.h"
+#include "mapitags.h"
+
+namespace orvella::platform::mapi::store {
+namespace {
+
+// "OVMS" in the file header tells our store files from any other SQLite database.
+constexpr std::int64_t kApplicationId = 0x4F564D53;
+constexpr std::int64_t kSchemaVersion = 1;
+constexpr ULONG kFirstNamedId = 0x8000;
+constexpr ULONG kLastNamedId = 0xFFFE;
+// Equality indexes are created on demand for the properties tables are searched by; this many
+// at most, so a caller searching everything cannot make every save slow.
+constexpr std::size_t kMaxValueIndexes = 48;
+
+const char* const kSchema = R"sql(
+CREATE TABLE meta(key TEXT PRIMARY KEY, value);
+CREATE TABLE objects(id INTEGER PRIMARY KEY, kind INTEGER NOT NULL, parent INTEGER NOT NULL,
+                     assoc INTEGER NOT NULL, change INTEGER NOT NULL,
+                     members INTEGER NOT NULL DEFAULT 0);
+CREATE INDEX objects_by_parent ON objects(parent, kind, assoc);
+CREATE TABLE props(obj INTEGER NOT NULL, tag INTEGER NOT NULL, val,
+                   PRIMARY KEY(obj, tag)) WITHOUT ROWID;
+CREATE TABLE recipients(msg INTEGER PRIMARY KEY, rows BLOB NOT NULL);
+CREATE TABLE names(id INTEGER PRIMARY KEY, guid BLOB NOT NULL, kind INTEGER NOT NULL,
+                   lid INTEGER NOT NULL, name TEXT NOT NULL, UNIQUE(guid, kind, lid, name));
+CREATE TABLE tags(tag INTEGER PRIMARY KEY);
+CREATE TABLE value_indexes(tag INTEGER PRIMARY KEY);
+)sql";
+
+std::span<const std::uint8_t> GuidBytes(const GUID& guid) {
+    return {reinterpret_cast<const std::uint8_t*>(&guid), sizeof(GUID)};
+}
+
+std::string IndexName(ULONG tag) {
+    char name[32];
+    std::snprintf(name, sizeof name, "value_%08X", tag);
+    return name;
+}
+
+std::mutex& OpenStoresMutex() {
+    static std::mutex mutex;
+    return mutex;
+}
+
+std::unordered_map<std::string, std::weak_ptr<StoreDatabase>>& OpenStores() {
+    static std::unordered_map<std::string, std::weak_ptr<StoreDatabase>> stores;
+    return stores;
+}
+
+// Turns on the settings every connection to a store uses. WAL with synchronous=NORMAL: a commit
+// survives the death of the process at once and a power failure after the next checkpoint.
+void Configure(Database& db) {
+    db.Exec(
+        "PRAGMA journal_mode=WAL; PRAGMA synchronous=NORMAL; PRAGMA foreign_keys=OFF;"
+        "PRAGMA cache_size=-32768;");
+}
+
+}  // namespace
+
+std::shared_ptr<StoreDatabase> StoreDatabase::Open(const std::filesystem::path& file) {
+    std::error_code ec;
+    std::string key = std::filesystem::weakly_canonical(file, ec).string();
+    if (ec) key = file.string();
+    std::lock_guard lock(OpenStoresMutex());
+    if (auto open = OpenStores()[key].lock()) return open;
+    if (!std::filesystem::exists(file))
+        throw StoreFailure(MAPI_E_NOT_FOUND, "the message store " + file.string() + " is missing");
+    auto store = std::make_shared<StoreDatabase>(file);
+    OpenStores()[key] = store;
+    return store;
+}
+
+StoreDatabase::StoreDatabase(const std::filesystem::path& file) : db_(file, false) {
+    // Identify the file before anything writes to it (switching to WAL would).
+    Statement& id = db_.Cached("PRAGMA application_id");
+    std::int64_t application = id.Step() ? id.Int(0) : 0;
+    id.Reset();
+    if (application != kApplicationId)
+        throw StoreFailure(MAPI_E_CORRUPT_STORE, file.string() + " is not a message store");
+    Configure(db_);
+    LoadSchemaState();
+}
+
+StoreDatabase::~StoreDatabase() = default;
+
+void StoreDatabase::Create(const std::filesystem::path& file, const GUID& uid,
+                           std::span<const SPropValue> store_properties) {
+    if (std::filesystem::exists(file))
+        throw StoreFailure(MAPI_E_COLLISION, file.string() + " already exists");
+    std::filesystem::create_directories(file.parent_path());
+    Database db(file, true);
+    Configure(db);
+    Transaction transaction(db);
+    db.Exec(kSchema);
+    db.Exec(("PRAGMA application_id=" + std::to_string(kApplicationId) +
+             "; PRAGMA user_version=" + std::to_string(kSchemaVersion))
+                .c_str());
+    db.Cached("INSERT INTO meta(key, value) VALUES('uid', ?1)").BindBlob(1, GuidBytes(uid)).Run();
+    db.Cached("INSERT INTO meta(key, value) VALUES('hierarchy', 0)").Run();
+    db.Cached("INSERT INTO objects(id, kind, parent, assoc, change) VALUES(?1, ?2, 0, 0, 1)")
+        .Bind(1, kStoreObject)
+        .Bind(2, std::int64_t{static_cast<int>(EntryKind::Store)})
+        .Run();
+    for (const SPropValue& value : store_properties) {
+        Statement& insert =
+            db.Cached("INSERT OR REPLACE INTO props(obj, tag, val) VALUES(?1, ?2, ?3)");
+        insert.Bind(1, kStoreObject).Bind(2, std::int64_t{value.ulPropTag});
+        BindValue(insert, 3, value);
+        insert.Run();
+        db.Cached("INSERT OR IGNORE INTO tags(tag) VALUES(?1)")
+            .Bind(1, std::int64_t{value.ulPropTag})
+            .Run();
+    }
+    transaction.Commit();
+}
+
+void StoreDatabase::LoadSchemaState() {
+    Statement& version = db_.Cached("PRAGMA user_version");
+    std::int64_t schema = version.Step() ? version.Int(0) : 0;
+    version.Reset();
+    if (schema != kSchemaVersion)
+        throw StoreFailure(MAPI_E_VERSION,
+                           db_.file().string() + " was written by another version of Orvella");
+    Statement& uid = db_.Cached("SELECT value FROM meta WHERE key = 'uid'");
+    if (!uid.Step() || uid.Blob(0).size() != sizeof(GUID))
+        throw StoreFailure(MAPI_E_CORRUPT_STORE, db_.file().string() + " has no store identity");
+    std::memcpy(&uid_, uid.Blob(0).data(), sizeof(GUID));
+    uid.Reset();
+    Statement& indexes = db_.Cached("SELECT tag FROM value_indexes");
+    while (indexes.Step()) indexed_tags_.insert(static_cast<ULONG>(indexes.Int(0)));
+    indexes.Reset();
+    Statement& tags = db_.Cached("SELECT tag FROM tags");
+    while (tags.Step()) known_tags_.insert(static_cast<ULONG>(tags.Int(0)));
+    tags.Reset();
+}
+
+std::optional<ObjectInfo> StoreDatabase::Find(ObjectId id) {
+    std::lock_guard lock(mutex_);
+    Statement& find =
+        db_.Cached("SELECT kind, parent, assoc, change FROM objects WHERE id = ?1").Bind(1, id);
+    if (!find.Step()) return std::nullopt;
+    ObjectInfo info{id, static_cast<EntryKind>(find.Int(0)), find.Int(1), find.Int(2) != 0,
+                    find.Int(3)};
+    find.Reset();
+    return info;
+}
+
+PropertyMap StoreDatabase::LoadProperties(ObjectId id) {
+    std::lock_guard lock(mutex_);
+    PropertyMap properties;
+    Statement& read = db_.Cached("SELECT tag, val FROM props WHERE obj = ?1").Bind(1, id);
+    while (read.Step()) {
+        const ULONG tag = static_cast<ULONG>(read.Int(0));
+        MapiBuffer<SPropValue> value;
+        if (FAILED(MAPIAllocateBuffer(sizeof(SPropValue), reinterpret_cast<void**>(&value))))
+            throw StoreFailure(MAPI_E_NOT_ENOUGH_MEMORY, "out of memory reading properties");
+        if (FAILED(ReadValue(read, 1, tag, value.Get(), *value))) {
+            read.Reset();
+            throw StoreFailure(MAPI_E_CORRUPT_STORE,
+                               db_.file().string() + " holds a damaged property value");
+        }
+        properties[PROP_ID(tag)] = std::move(value);
+    }
+    return properties;
+}
+
+std::vector<std::uint8_t> StoreDatabase::LoadRecipients(ObjectId id) {
+    std::lock_guard lock(mutex_);
+    Statement& read = db_.Cached("SELECT rows FROM recipients WHERE msg = ?1").Bind(1, id);
+    std::vector<std::uint8_t> rows;
+    if (read.Step()) {
+        auto blob = read.Blob(0);
+        rows.assign(blob.begin(), blob.end());
+    }
+    read.Reset();
+    return rows;
+}
+
+void StoreDatabase::NoteTags(std::span<const SPropValue* const> values) {
+    for (const SPropValue* value : values) {
+        if (known_tags_.count(value->ulPropTag)) continue;
+        db_.Cached("INSERT OR IGNORE INTO tags(tag) VALUES(?1)")
+            .Bind(1, std::int64_t{value->ulPropTag})
+            .Run();
+    }
+}
+
+std::pair<ObjectId, std::int64_t> StoreDatabase::Save(const SaveRequest& request) {
+    std::lock_guard lock(mutex_);
+    Transaction transaction(db_);
+    ObjectId id = request.id;
+    std::int64_t change = 1;
+    if (id == 0) {
+        Statement& parent =
+            db_.Cached("SELECT kind FROM objects WHERE id = ?1").Bind(1, request.parent);
+        bool parent_exists = parent.Step();
+        parent.Reset();
+        if (!parent_exists) throw StoreFailure(MAPI_E_OBJECT_DELETED, "the folder was deleted");
+        db_.Cached("INSERT INTO objects(kind, parent, assoc, change) VALUES(?1, ?2, ?3, 1)")
+            .Bind(1, std::int64_t{static_cast<int>(request.kind)})
+            .Bind(2, request.parent)
+            .Bind(3, std::int64_t{request.associated})
+            .Run();
+        id = db_.LastInsertId();
+        db_.Cached("UPDATE objects SET members = members + 1 WHERE id = ?1")
+            .Bind(1, request.parent)
+            .Run();
+    } else {
+        Statement& current = db_.Cached("SELECT change FROM objects WHERE id = ?1").Bind(1, id);
+        if (!current.Step()) throw StoreFailure(MAPI_E_OBJECT_DELETED, "the object was deleted");
+        change = current.Int(0) + 1;
+        current.Reset();
+        if (!request.force && change - 1 != request.expected_change)
+            throw StoreFailure(MAPI_E_OBJECT_CHANGED, "the object was changed by another save");
+        db_.Cached("UPDATE objects SET change = ?2 WHERE id = ?1")
+            .Bind(1, id)
+            .Bind(2, change)
+            .Run();
+    }
+    for (ULONG tag : request.removed) {
+        db_.Cached("DELETE FROM props WHERE obj = ?1 AND tag = ?2")
+            .Bind(1, id)
+            .Bind(2, std::int64_t{tag})
+            .Run();
+    }
+    for (const SPropValue* value : request.set) {
+        Statement& write =
+            db_.Cached("INSERT OR REPLACE INTO props(obj, tag, val) VALUES(?1, ?2, ?3)");
+        write.Bind(1, id).Bind(2, std::int64_t{value->ulPropTag});
+        BindValue(write, 3, *value);
+        write.Run();
+    }
+    NoteTags(request.set);
+    if (request.recipients) {
+        db_.Cached("INSERT OR REPLACE INTO recipients(msg, rows) VALUES(?1, ?2)")
+            .Bind(1, id)
+            .BindBlob(2, *request.recipients)
+            .Run();
+    }
+    if (request.kind == EntryKind::Folder)
+        db_.Cached("UPDATE meta SET value = value + 1 WHERE key = 'hierarchy'").Run();
+    transaction.Commit();
+    for (const SPropValue* value : request.set) known_tags_.insert(value->ulPropTag);
+    return {id, change};
+}
+
+std::vector<ObjectId> StoreDatabase::Children(ObjectId folder, EntryKind kind, bool associated) {
+    std::lock_guard lock(mutex_);
+    Statement& list =
+        db_.Cached(
+               "SELECT id FROM objects WHERE parent = ?1 AND kind = ?2 AND assoc = ?3 ORDER BY id")
+            .Bind(1, folder)
+            .Bind(2, std::int64_t{static_cast<int>(kind)})
+            .Bind(3, std::int64_t{associated});
+    std::vector<ObjectId> ids;
+    while (list.Step()) ids.push_back(list.Int(0));
+    return ids;
+}
+
+std::int64_t StoreDatabase::CountChildren(ObjectId folder, EntryKind kind, bool associated) {
+    std::lock_guard lock(mutex_);
+    Statement& count =
+        db_.Cached("SELECT count(*) FROM objects WHERE parent = ?1 AND kind = ?2 AND assoc = ?3")
+            .Bind(1, folder)
+            .Bind(2, std::int64_t{static_cast<int>(kind)})
+            .Bind(3, std::int64_t{associated});
+    std::int64_t n = count.Step() ? count.Int(0) : 0;
+    count.Reset();
+    return n;
+}
+
+std::optional<ObjectId> StoreDatabase::FindChildFolder(ObjectId parent, std::string_view name) {
+    std::lock_guard lock(mutex_);
+    Statement& find = db_.Cached(
+        "SELECT o.id FROM objects o JOIN props p ON p.obj = o.id AND p.tag = " +
+        std::to_string(PR_DISPLAY_NAME_A) +
+        " WHERE o.parent = ?1 AND o.kind = 2 AND p.val = ?2 COLLATE NOCASE ORDER BY o.id LIMIT 1");
+    find.Bind(1, parent).BindText(2, name);
+    std::optional<ObjectId> id;
+    if (find.Step()) id = find.Int(0);
+    find.Reset();
+    return id;
+}
+
+std::size_t StoreDatabase::Delete(std::span<const ObjectId> ids) {
+    std::lock_guard lock(mutex_);
+    Transaction transaction(db_);
+    std::size_t deleted = 0;
+    bool folders = false;
+    for (ObjectId id : ids) {
+        Statement& find = db_.Cached("SELECT parent, kind FROM objects WHERE id = ?1").Bind(1, id);
+        if (!find.Step() || id == kStoreObject) {
+            find.Reset();
+            continue;
+        }
+        ObjectId parent = find.Int(0);
+        folders |= find.Int(1) == static_cast<int>(EntryKind::Folder);
+        find.Reset();
+        // The object and everything below it.
+        const char* const kBelow =
+            "WITH RECURSIVE below(id) AS (SELECT ?1 UNION ALL "
+            "SELECT o.id FROM objects o JOIN below b ON o.parent = b.id) ";
+        db_.Cached(std::string(kBelow) + "DELETE FROM props WHERE obj IN (SELECT id FROM below)")
+            .Bind(1, id)
+            .Run();
+        db_.Cached(std::string(kBelow) +
+                   "DELETE FROM recipients WHERE msg IN (SELECT id FROM below)")
+            .Bind(1, id)
+            .Run();
+        db_.Cached(std::string(kBelow) + "DELETE FROM objects WHERE id IN (SELECT id FROM below)")
+            .Bind(1, id)
+            .Run();
+        db_.Cached("UPDATE objects SET members = members + 1 WHERE id = ?1").Bind(1, parent).Run();
+        ++deleted;
+    }
+    if (folders) db_.Cached("UPDATE meta SET value = value + 1 WHERE key = 'hierarchy'").Run();
+    transaction.Commit();
+    return deleted;
+}
+
+std::size_t StoreDatabase::Move(std::span<const ObjectId> ids, ObjectId parent) {
+    std::lock_guard lock(mutex_);
+    Transaction transaction(db_);
+    std::size_t moved = 0;
+    bool folders = false;
+    for (ObjectId id : ids) {
+        Statement& find = db_.Cached("SELECT parent, kind FROM objects WHERE id = ?1").Bind(1, id);
+        if (!find.Step() || id == kStoreObject) {
+            find.Reset();
+            continue;
+        }
+        ObjectId old_parent = find.Int(0);
+        folders |= find.Int(1) == static_cast<int>(EntryKind::Folder);
+        find.Reset();
+        db_.Cached("UPDATE objects SET parent = ?2, change = change + 1 WHERE id = ?1")
+            .Bind(1, id)
+            .Bind(2, parent)
+            .Run();
+        for (ObjectId folder : {old_parent, parent})
+            db_.Cached("UPDATE objects SET members = members + 1 WHERE id = ?1")
+                .Bind(1, folder)
+                .Run();
+        ++moved;
+    }
+    if (folders) db_.Cached("UPDATE meta SET value = value + 1 WHERE key = 'hierarchy'").Run();
+    transaction.Commit();
+    return moved;
+}
+
+std::vector<ObjectId> StoreDatabase::CopyMessages(std::span<const ObjectId> ids, ObjectId parent) {
+    std::lock_guard lock(mutex_);
+    Transaction transaction(db_);
+    std::vector<ObjectId> copies;
+    for (ObjectId id : ids) {
+        Statement& find = db_.Cached("SELECT kind, assoc FROM objects WHERE id = ?1").Bind(1, id);
+        if (!find.Step() || find.Int(0) != static_cast<int>(EntryKind::Message)) {
+            find.Reset();
+            continue;
+        }
+        std::int64_t associated = find.Int(1);
+        find.Reset();
+        db_.Cached("INSERT INTO objects(kind, parent, assoc, change) VALUES(3, ?1, ?2, 1)")
+            .Bind(1, parent)
+            .Bind(2, associated)
+            .Run();
+        ObjectId copy = db_.LastInsertId();
+        db_.Cached("INSERT INTO props(obj, tag, val) SELECT ?2, tag, val FROM props WHERE obj = ?1")
+            .Bind(1, id)
+            .Bind(2, copy)
+            .Run();
+        db_.Cached(
+               "INSERT INTO recipients(msg, rows) SELECT ?2, rows FROM recipients WHERE msg = ?1")
+            .Bind(1, id)
+            .Bind(2, copy)
+            .Run();
+        copies.push_back(copy);
+    }
+    if (!copies.empty())
+        db_.Cached("UPDATE objects SET members = members + 1 WHERE id = ?1").Bind(1, parent).Run();
+    transaction.Commit();
+    return copies;
+}
+
+std::int64_t StoreDatabase::MembershipVersion(ObjectId folder) {
+    std::lock_guard lock(mutex_);
+    Statement& read = db_.Cached("SELECT members FROM objects WHERE id = ?1").Bind(1, folder);
+    std::int64_t version = read.Step() ? read.Int(0) : -1;
+    read.Reset();
+    return version;
+}
+
+std::int64_t StoreDatabase::HierarchyVersion() {
+    std::lock_guard lock(mutex_);
+    Statement& read = db_.Cached("SELECT value FROM meta WHERE key = 'hierarchy'");
+    std::int64_t version = read.Step() ? read.Int(0) : 0;
+    read.Reset();
+    return version;
+}
+
+ULONG StoreDatabase::IdFromName(const NamedProperty& name, bool create) {
+    std::lock_guard lock(mutex_);
+    auto find = [&]() -> ULONG {
+        Statement& read = db_.Cached(
+            "SELECT id FROM names WHERE guid = ?1 AND kind = ?2 AND lid = ?3 AND name = ?4");
+        read.BindBlob(1, GuidBytes(name.guid))
+            .Bind(2, std::int64_t{name.kind})
+            .Bind(3, std::int64_t{name.kind == MNID_ID ? name.lid : 0})
+            .BindText(4, name.kind == MNID_STRING ? name.name : std::string());
+        ULONG id = read.Step() ? static_cast<ULONG>(read.Int(0)) : 0;
+        read.Reset();
+        return id;
+    };
+    if (ULONG id = find(); id || !create) return id;
+    Transaction transaction(db_);
+    // Another process may have created it since.
+    if (ULONG id = find()) return id;
+    Statement& next = db_.Cached("SELECT coalesce(max(id) + 1, ?1) FROM names")
+                          .Bind(1, std::int64_t{kFirstNamedId});
+    next.Step();
+    std::int64_t id = next.Int(0);
+    next.Reset();
+    if (id > kLastNamedId)
+        throw StoreFailure(MAPI_E_TOO_BIG, "the store has no named property ids left");
+    db_.Cached("INSERT INTO names(id, guid, kind, lid, name) VALUES(?1, ?2, ?3, ?4, ?5)")
+        .Bind(1, id)
+        .BindBlob(2, GuidBytes(name.guid))
+        .Bind(3, std::int64_t{name.kind})
+        .Bind(4, std::int64_t{name.kind == MNID_ID ? name.lid : 0})
+        .BindText(5, name.kind == MNID_STRING ? name.name : std::string())
+        .Run();
+    transaction.Commit();
+    return static_cast<ULONG>(id);
+}
+
+std::optional<NamedProperty> StoreDatabase::NameFromId(ULONG id) {
+    std::lock_guard lock(mutex_);
+    Statement& read = db_.Cached("SELECT guid, kind, lid, name FROM names WHERE id = ?1")
+                          .Bind(1, std::int64_t{id});
+    if (!read.Step()) return std::nullopt;
+    NamedProperty name;
+    auto guid = read.Blob(0);
+    if (guid.size() == sizeof(GUID)) std::memcpy(&name.guid, guid.data(), sizeof(GUID));
+    name.kind = static_cast<ULONG>(read.Int(1));
+    name.lid = static_cast<LONG>(read.Int(2));
+    name.name = std::string(read.Text(3));
+    read.Reset();
+    return name;
+}
+
+bool StoreDatabase::EnsureValueIndex(ULONG tag) {
+    if ((PROP_TYPE(tag) & MV_FLAG) || PROP_TYPE(tag) == PT_UNICODE ||
+        !IsStorableType(PROP_TYPE(tag)))
+        return false;
+    std::lock_guard lock(mutex_);
+    if (indexed_tags_.count(tag)) return true;
+    if (indexed_tags_.size() >= kMaxValueIndexes) return false;
+    Transaction transaction(db_);
+    // The tag is a number we format, never a caller's text.
+    db_.Exec(("CREATE INDEX IF NOT EXISTS " + IndexName(tag) +
+              " ON props(val COLLATE NOCASE, obj) WHERE tag = " + std::to_string(tag))
+                 .c_str());
+    db_.Cached("INSERT OR IGNORE INTO value_indexes(tag) VALUES(?1)")
+        .Bind(1, std::int64_t{tag})
+        .Run();
+    transaction.Commit();
+    indexed_tags_.insert(tag);
+    db_.Exec("PRAGMA optimize");
+    return true;
+}
+
+bool StoreDatabase::TagInUse(ULONG tag) {
+    std::lock_guard lock(mutex_);
+    if (known_tags_.count(tag)) return true;
+    // Another process may have written it.
+    Statement& read = db_.Cached("SELECT 1 FROM tags WHERE tag = ?1").Bind(1, std::int64_t{tag});
+    bool used = read.Step();
+    read.Reset();
+    if (used) known_tags_.insert(tag);
+    return used;
+}
+
+std::vector<std::string> StoreDatabase::Check() {
+    std::lock_guard lock(mutex_);
+    std::vector<std::string> problems;
+    Statement& check = db_.Cached("PRAGMA integrity_check");
+    while (check.Step()) {
+        std::string line(check.Text(0));
+        if (line != "ok") problems.push_back(line);
+    }
+    auto count = [&](const char* sql, const char* what) {
+        Statement& query = db_.Cached(sql);
+        std::int64_t n = query.Step() ? query.Int(0) : 0;
+        query.Reset();
+        if (n) problems.push_back(std::to_string(n) + " " + what);
+    };
+    count(
+        "SELECT count(*) FROM objects o WHERE o.id <> 1 AND NOT EXISTS "
+        "(SELECT 1 FROM objects p WHERE p.id = o.parent)",
+        "objects whose folder is missing");
+    count(
+        "SELECT count(*) FROM (SELECT DISTINCT obj FROM props) p WHERE NOT EXISTS "
+        "(SELECT 1 FROM objects o WHERE o.id = p.obj)",
+        "property sets of missing objects");
+    count("SELECT 1 - count(*) FROM objects WHERE id = 1 AND kind = 1", "missing store object");
+    return problems;
+}
+
+}  // namespace orvella::platform::mapi::store

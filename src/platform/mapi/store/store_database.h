@@ -1,0 +1,140 @@
+// One message store file: its objects (the store, folders, messages), their properties and
+// recipients, named-property ids, and the indexes that answer equality searches. Shared by every
+// session of the process that opens the file; another process may use the file at the same time.
+#pragma once
+
+#include <cstdint>
+#include <filesystem>
+#include <map>
+#include <memory>
+#include <mutex>
+#include <optional>
+#include <set>
+#include <span>
+#include <string>
+#include <vector>
+
+#include "db/sqlite_db.h"
+#include "entry_id.h"
+#include "mapi_ptr.h"
+#include "mapidefs.h"
+
+namespace orvella::platform::mapi::store {
+
+// The store's own object, which carries the store's properties.
+inline constexpr ObjectId kStoreObject = 1;
+
+struct ObjectInfo {
+    ObjectId id = 0;
+    EntryKind kind = EntryKind::Message;
+    ObjectId parent = 0;
+    bool associated = false;
+    std::int64_t change = 0;  // grows with every save of the object
+};
+
+// The saved properties of one object by property id, each value its own MAPI buffer.
+using PropertyMap = std::map<ULONG, MapiBuffer<SPropValue>>;
+
+// What one SaveChanges writes, in one transaction.
+struct SaveRequest {
+    ObjectId id = 0;  // 0: a new object
+    EntryKind kind = EntryKind::Message;
+    ObjectId parent = 0;
+    bool associated = false;
+    std::int64_t expected_change = 0;  // the change the caller loaded; ignored with force
+    bool force = false;
+    std::vector<const SPropValue*> set;  // values to write
+    std::vector<ULONG> removed;          // exact tags to remove (deleted, or retyped)
+    std::optional<std::vector<std::uint8_t>> recipients;  // encoded rows, when they changed
+};
+
+struct NamedProperty {
+    GUID guid = {};
+    ULONG kind = MNID_ID;  // MNID_ID or MNID_STRING
+    LONG lid = 0;
+    std::string name;  // UTF-8
+};
+
+// Contract: every method may be called from any thread (calls are serialised) and throws
+// StoreFailure on failure (MAPI_E_CORRUPT_STORE naming the file when it is damaged).
+class StoreDatabase {
+public:
+    // The open store of `file` in this process, opened when needed. A file that is not a store,
+    // or a damaged one, fails with MAPI_E_CORRUPT_STORE and is left as it was.
+    static std::shared_ptr<StoreDatabase> Open(const std::filesystem::path& file);
+
+    // Creates a new store file with its uid and the store object's properties. Fails with
+    // MAPI_E_COLLISION when the file exists.
+    static void Create(const std::filesystem::path& file, const GUID& uid,
+                       std::span<const SPropValue> store_properties);
+
+    explicit StoreDatabase(const std::filesystem::path& file);
+    ~StoreDatabase();
+
+    const GUID& uid() const { return uid_; }
+    const std::filesystem::path& file() const { return db_.file(); }
+
+    std::optional<ObjectInfo> Find(ObjectId id);
+    // All saved properties of an object; empty when it is gone.
+    PropertyMap LoadProperties(ObjectId id);
+    // The encoded recipient rows of a message (empty when it has none).
+    std::vector<std::uint8_t> LoadRecipients(ObjectId id);
+
+    // Writes a save; returns the object's id and its new change number. MAPI_E_OBJECT_DELETED
+    // when the object (or, for a new one, its folder) is gone, MAPI_E_OBJECT_CHANGED when
+    // another save came first and the request is not forced.
+    std::pair<ObjectId, std::int64_t> Save(const SaveRequest& request);
+
+    // Children of a folder, in creation order.
+    std::vector<ObjectId> Children(ObjectId folder, EntryKind kind, bool associated);
+    std::int64_t CountChildren(ObjectId folder, EntryKind kind, bool associated);
+    // The child folder of `parent` whose PR_DISPLAY_NAME_A equals `name` without regard to case.
+    std::optional<ObjectId> FindChildFolder(ObjectId parent, std::string_view name);
+
+    // Deletes objects and everything below them; returns how many of `ids` existed.
+    std::size_t Delete(std::span<const ObjectId> ids);
+    // Moves objects under `parent`; returns how many existed.
+    std::size_t Move(std::span<const ObjectId> ids, ObjectId parent);
+    // Copies messages (properties and recipients) under `parent`; returns the new ids.
+    std::vector<ObjectId> CopyMessages(std::span<const ObjectId> ids, ObjectId parent);
+
+    // A count that changes whenever an object joins or leaves the folder.
+    std::int64_t MembershipVersion(ObjectId folder);
+    // A count that changes whenever any folder is created, deleted, moved or saved.
+    std::int64_t HierarchyVersion();
+
+    // Named properties: the id for a name (0 when unknown and not created) and the name of an
+    // id. Ids start at 0x8000 and never change.
+    ULONG IdFromName(const NamedProperty& name, bool create);
+    std::optional<NamedProperty> NameFromId(ULONG id);
+
+    // Makes sure an equality index exists for values of `tag` (which must be single-valued and
+    // of a type the index can compare). False when it cannot have one.
+    bool EnsureValueIndex(ULONG tag);
+    // Whether some object holds a value with exactly this tag (used to know whether a
+    // multi-valued form of a property exists at all).
+    bool TagInUse(ULONG tag);
+
+    // Runs `work` with the connection, under the store's lock, for queries that live next to
+    // the code that needs them (tables).
+    template <class Work>
+    auto WithDatabase(Work&& work) {
+        std::lock_guard lock(mutex_);
+        return work(db_);
+    }
+
+    // Integrity check of the file; the problems found, empty when sound.
+    std::vector<std::string> Check();
+
+private:
+    void LoadSchemaState();
+    void NoteTags(std::span<const SPropValue* const> values);
+
+    std::mutex mutex_;
+    Database db_;
+    GUID uid_ = {};
+    std::set<ULONG> indexed_tags_;
+    std::set<ULONG> known_tags_;  // tags recorded in the tags table
+};
+
+}  // namespace orvella::platform::mapi::store

@@ -1,0 +1,266 @@
+// The embedded store through MAPI: profiles, logon, folders, messages, named properties, tables
+// and the failures a caller must see, on real store files in a temporary home.
+#include <gtest/gtest.h>
+
+#include <cstring>
+#include <fstream>
+#include <string>
+#include <vector>
+
+#include "mapi_ptr.h"
+#include "mapitags.h"
+#include "mapiutil.h"
+#include "mapix.h"
+#include "profile.h"
+#include "temp_home.h"
+
+namespace {
+
+using orvella::platform::mapi::ComPtr;
+using orvella::platform::mapi::MapiBuffer;
+using orvella::platform::mapi::RowSetPtr;
+namespace store = orvella::platform::mapi::store;
+
+SPropValue Text(ULONG tag, const char* text) {
+    SPropValue v = {};
+    v.ulPropTag = tag;
+    v.Value.lpszA = const_cast<char*>(text);
+    return v;
+}
+
+SPropValue Long(ULONG tag, LONG value) {
+    SPropValue v = {};
+    v.ulPropTag = tag;
+    v.Value.l = value;
+    return v;
+}
+
+class StoreTest : public ::testing::Test {
+protected:
+    void SetUp() override {
+        ASSERT_EQ(MAPIInitialize(nullptr), S_OK);
+        store::StoreSpec spec{"Personal Folders", store::StoreKind::Personal, true, false};
+        store::CreateProfile("Outlook", std::span(&spec, 1));
+        Logon();
+    }
+    void TearDown() override {
+        session_.Reset();
+        MAPIUninitialize();
+    }
+
+    void Logon() {
+        ASSERT_EQ(MAPILogonEx(0, nullptr, nullptr, MAPI_EXTENDED | MAPI_USE_DEFAULT, &session_),
+                  S_OK);
+        RowSetPtr rows;
+        SizedSPropTagArray(2, columns) = {2, {PR_ENTRYID, PR_DEFAULT_STORE}};
+        ComPtr<IMAPITable> table;
+        ASSERT_EQ(session_->GetMsgStoresTable(0, &table), S_OK);
+        ASSERT_EQ(HrQueryAllRows(table.Get(), reinterpret_cast<LPSPropTagArray>(&columns), nullptr,
+                                 nullptr, 0, &rows),
+                  S_OK);
+        ASSERT_EQ(rows->cRows, 1u);
+        const SBinary& eid = rows->aRow[0].lpProps[0].Value.bin;
+        ASSERT_EQ(session_->OpenMsgStore(0, eid.cb, reinterpret_cast<LPENTRYID>(eid.lpb), nullptr,
+                                         MDB_WRITE, &store_),
+                  S_OK);
+        ULONG cb = 0;
+        MapiBuffer<ENTRYID> inbox_id;
+        ASSERT_EQ(
+            store_->GetReceiveFolder(const_cast<char*>("IPM.Note"), 0, &cb, &inbox_id, nullptr),
+            S_OK);
+        ULONG type = 0;
+        ASSERT_EQ(
+            store_->OpenEntry(cb, inbox_id.Get(), nullptr, MAPI_MODIFY, &type, inbox_.PutUnknown()),
+            S_OK);
+        EXPECT_EQ(type, ULONG{MAPI_FOLDER});
+    }
+
+    // A saved message in the Inbox with these values; returns its entry id.
+    std::vector<BYTE> SaveMessage(std::vector<SPropValue> values) {
+        ComPtr<IMessage> message;
+        EXPECT_EQ(inbox_->CreateMessage(nullptr, 0, &message), S_OK);
+        EXPECT_EQ(message->SetProps(static_cast<ULONG>(values.size()), values.data(), nullptr),
+                  S_OK);
+        EXPECT_EQ(message->SaveChanges(KEEP_OPEN_READWRITE), S_OK);
+        MapiBuffer<SPropValue> eid;
+        EXPECT_EQ(HrGetOneProp(message.Get(), PR_ENTRYID, &eid), S_OK);
+        return {eid->Value.bin.lpb, eid->Value.bin.lpb + eid->Value.bin.cb};
+    }
+
+    ComPtr<IMessage> Open(std::vector<BYTE>& eid, ULONG flags = MAPI_MODIFY) {
+        ComPtr<IMessage> message;
+        ULONG type = 0;
+        EXPECT_EQ(session_->OpenEntry(static_cast<ULONG>(eid.size()),
+                                      reinterpret_cast<LPENTRYID>(eid.data()), nullptr, flags,
+                                      &type, message.PutUnknown()),
+                  S_OK);
+        return message;
+    }
+
+    ULONG NamedLong(const char* name) {
+        std::wstring wide(name, name + std::strlen(name));
+        MAPINAMEID id = {const_cast<LPGUID>(&PS_PUBLIC_STRINGS), MNID_STRING, {}};
+        id.Kind.lpwstrName = wide.data();
+        LPMAPINAMEID ids[] = {&id};
+        MapiBuffer<SPropTagArray> tags;
+        EXPECT_EQ(inbox_->GetIDsFromNames(1, ids, MAPI_CREATE, &tags), S_OK);
+        return PROP_TAG(PT_LONG, PROP_ID(tags->aulPropTag[0]));
+    }
+
+    orvella::testing::TempHome home_;
+    ComPtr<IMAPISession> session_;
+    ComPtr<IMsgStore> store_;
+    ComPtr<IMAPIFolder> inbox_;
+};
+
+TEST_F(StoreTest, SavedMessageSurvivesANewSession) {
+    auto eid = SaveMessage({Text(PR_SUBJECT_A, "Quarterly report"), Long(PR_IMPORTANCE, 2)});
+    inbox_.Reset();
+    store_.Reset();
+    session_.Reset();
+    Logon();
+    auto message = Open(eid, 0);
+    MapiBuffer<SPropValue> subject;
+    ASSERT_EQ(HrGetOneProp(message.Get(), PR_SUBJECT_A, &subject), S_OK);
+    EXPECT_STREQ(subject->Value.lpszA, "Quarterly report");
+    MapiBuffer<SPropValue> missing;
+    EXPECT_EQ(HrGetOneProp(message.Get(), PR_BODY_A, &missing), MAPI_E_NOT_FOUND);
+}
+
+TEST_F(StoreTest, UnsavedChangesStayInvisibleUntilSaved) {
+    auto eid = SaveMessage({Text(PR_SUBJECT_A, "before")});
+    auto writer = Open(eid);
+    SPropValue after = Text(PR_SUBJECT_A, "after");
+    ASSERT_EQ(writer->SetProps(1, &after, nullptr), S_OK);
+    MapiBuffer<SPropValue> seen;
+    ASSERT_EQ(HrGetOneProp(Open(eid, 0).Get(), PR_SUBJECT_A, &seen), S_OK);
+    EXPECT_STREQ(seen->Value.lpszA, "before");
+    ASSERT_EQ(writer->SaveChanges(KEEP_OPEN_READWRITE), S_OK);
+    ASSERT_EQ(HrGetOneProp(Open(eid, 0).Get(), PR_SUBJECT_A, &seen), S_OK);
+    EXPECT_STREQ(seen->Value.lpszA, "after");
+}
+
+TEST_F(StoreTest, ConcurrentSavesAndDeletionsAreReported) {
+    auto eid = SaveMessage({Text(PR_SUBJECT_A, "shared")});
+    auto first = Open(eid);
+    auto second = Open(eid);
+    SPropValue one = Long(PR_IMPORTANCE, 1), two = Long(PR_IMPORTANCE, 2);
+    first->SetProps(1, &one, nullptr);
+    second->SetProps(1, &two, nullptr);
+    EXPECT_EQ(first->SaveChanges(KEEP_OPEN_READWRITE), S_OK);
+    EXPECT_EQ(second->SaveChanges(KEEP_OPEN_READWRITE), MAPI_E_OBJECT_CHANGED);
+    EXPECT_EQ(second->SaveChanges(KEEP_OPEN_READWRITE | FORCE_SAVE), S_OK);
+
+    SBinary bin = {static_cast<ULONG>(eid.size()), eid.data()};
+    ENTRYLIST list = {1, &bin};
+    ASSERT_EQ(inbox_->DeleteMessages(&list, 0, nullptr, 0), S_OK);
+    first->SetProps(1, &two, nullptr);
+    EXPECT_EQ(first->SaveChanges(KEEP_OPEN_READWRITE), MAPI_E_OBJECT_DELETED);
+    ComPtr<IMessage> gone;
+    ULONG type = 0;
+    EXPECT_EQ(
+        session_->OpenEntry(static_cast<ULONG>(eid.size()), reinterpret_cast<LPENTRYID>(eid.data()),
+                            nullptr, 0, &type, gone.PutUnknown()),
+        MAPI_E_NOT_FOUND);
+    BYTE garbage[5] = {1, 2, 3, 4, 5};
+    EXPECT_EQ(session_->OpenEntry(5, reinterpret_cast<LPENTRYID>(garbage), nullptr, 0, &type,
+                                  gone.PutUnknown()),
+              MAPI_E_INVALID_ENTRYID);
+}
+
+TEST_F(StoreTest, RestrictedWalkFindsEveryMessageOfAThread) {
+    const ULONG thread = NamedLong("OV-ThreadID");
+    for (LONG i = 0; i < 300; ++i) SaveMessage({Long(thread, i % 60), Long(PR_IMPORTANCE, i)});
+    ComPtr<IMAPITable> table;
+    ASSERT_EQ(inbox_->GetContentsTable(0, &table), S_OK);
+    SizedSPropTagArray(2, columns) = {2, {PR_IMPORTANCE, thread}};
+    ASSERT_EQ(table->SetColumns(reinterpret_cast<LPSPropTagArray>(&columns), 0), S_OK);
+    SPropValue wanted = Long(thread, 7);
+    SRestriction res = {};
+    res.rt = RES_PROPERTY;
+    res.res.resProperty = {RELOP_EQ, thread, &wanted};
+    ASSERT_EQ(table->SeekRow(BOOKMARK_BEGINNING, 0, nullptr), S_OK);
+    std::vector<LONG> found;
+    while (table->FindRow(&res, BOOKMARK_CURRENT, 0) == S_OK) {
+        RowSetPtr rows;
+        ASSERT_EQ(table->QueryRows(1, 0, &rows), S_OK);
+        ASSERT_EQ(rows->cRows, 1u);
+        found.push_back(rows->aRow[0].lpProps[0].Value.l);
+    }
+    EXPECT_EQ(found, (std::vector<LONG>{7, 67, 127, 187, 247}));
+}
+
+TEST_F(StoreTest, PagedReadSeesEveryRowOnce) {
+    for (LONG i = 0; i < 123; ++i) SaveMessage({Long(PR_IMPORTANCE, i)});
+    ComPtr<IMAPITable> table;
+    ASSERT_EQ(inbox_->GetContentsTable(0, &table), S_OK);
+    SizedSPropTagArray(1, columns) = {1, {PR_IMPORTANCE}};
+    ASSERT_EQ(table->SetColumns(reinterpret_cast<LPSPropTagArray>(&columns), 0), S_OK);
+    std::vector<LONG> seen;
+    for (;;) {
+        ASSERT_EQ(table->SeekRow(BOOKMARK_BEGINNING, static_cast<LONG>(seen.size()), nullptr),
+                  S_OK);
+        RowSetPtr page;
+        ASSERT_EQ(table->QueryRows(50, TBL_NOADVANCE, &page), S_OK);
+        if (page->cRows == 0) break;
+        for (ULONG r = 0; r < page->cRows; ++r) seen.push_back(page->aRow[r].lpProps[0].Value.l);
+    }
+    ASSERT_EQ(seen.size(), 123u);
+    for (LONG i = 0; i < 123; ++i) EXPECT_EQ(seen[i], i);
+}
+
+TEST_F(StoreTest, NewStoreHasTheStandardFolders) {
+    ComPtr<IMAPIFolder> root;
+    ULONG type = 0;
+    ASSERT_EQ(store_->OpenEntry(0, nullptr, nullptr, 0, &type, root.PutUnknown()), S_OK);
+    ComPtr<IMAPITable> hierarchy;
+    ASSERT_EQ(root->GetHierarchyTable(CONVENIENT_DEPTH, &hierarchy), S_OK);
+    RowSetPtr rows;
+    SizedSPropTagArray(3, columns) = {3, {PR_DEPTH, PR_DISPLAY_NAME_A, PR_CONTAINER_CLASS_A}};
+    ASSERT_EQ(HrQueryAllRows(hierarchy.Get(), reinterpret_cast<LPSPropTagArray>(&columns), nullptr,
+                             nullptr, 0, &rows),
+              S_OK);
+    std::vector<std::string> listed;
+    for (ULONG r = 0; r < rows->cRows; ++r) {
+        const SPropValue* row = rows->aRow[r].lpProps;
+        std::string line = std::to_string(row[0].Value.l) + " " + row[1].Value.lpszA;
+        if (PROP_TYPE(row[2].ulPropTag) == PT_STRING8)
+            line += std::string(" ") + row[2].Value.lpszA;
+        listed.push_back(line);
+    }
+    EXPECT_EQ(listed, (std::vector<std::string>{
+                          "1 Top of Information Store", "2 Inbox IPF.Note", "2 Outbox IPF.Note",
+                          "2 Sent Items IPF.Note", "2 Deleted Items IPF.Note", "2 Drafts IPF.Note",
+                          "2 Contacts IPF.Contact", "2 Calendar IPF.Appointment",
+                          "2 Journal IPF.Journal", "2 Notes IPF.StickyNote", "2 Tasks IPF.Task"}));
+    MapiBuffer<SPropValue> contacts;
+    EXPECT_EQ(HrGetOneProp(inbox_.Get(), PR_IPM_CONTACT_ENTRYID, &contacts), S_OK);
+}
+
+TEST(StoreFileTest, AFileThatIsNotAStoreIsNamedAndLeftAlone) {
+    orvella::testing::TempHome home;
+    ASSERT_EQ(MAPIInitialize(nullptr), S_OK);
+    store::StoreSpec spec{"Personal Folders", store::StoreKind::Personal, true, false};
+    store::CreateProfile("Broken", std::span(&spec, 1));
+    auto file = store::ProfileStores("Broken")[0].file;
+    {
+        std::ofstream out(file, std::ios::trunc);
+        out << "this is not a database, just some text that a user put here";
+    }
+    std::string before = [&] {
+        std::ifstream in(file);
+        return std::string(std::istreambuf_iterator<char>(in), {});
+    }();
+    ComPtr<IMAPISession> session;
+    ASSERT_EQ(MAPILogonEx(0, const_cast<char*>("Broken"), nullptr, MAPI_EXTENDED, &session), S_OK);
+    ComPtr<IMAPITable> table;
+    EXPECT_EQ(session->GetMsgStoresTable(0, &table), MAPI_E_CORRUPT_STORE);
+    MapiBuffer<MAPIERROR> error;
+    ASSERT_EQ(session->GetLastError(MAPI_E_CORRUPT_STORE, 0, &error), S_OK);
+    EXPECT_NE(std::string(error->lpszError).find(file.string()), std::string::npos);
+    std::ifstream in(file);
+    EXPECT_EQ(std::string(std::istreambuf_iterator<char>(in), {}), before);
+    MAPIUninitialize();
+}
+
+}  // namespace

@@ -49,9 +49,13 @@ TEST(TestClock, NestedClocksRestoreTheOuterOne) {
 
 TEST(TestClock, WithoutItTheRealClockRuns) {
     { ScopedTestClock clock(0); }
-    const std::time_t before = std::time(nullptr);
+    // std::time may read a coarser clock that lags the precise one; compare like with like.
+    auto seconds = [] {
+        return std::chrono::system_clock::to_time_t(std::chrono::system_clock::now());
+    };
+    const std::time_t before = seconds();
     const std::time_t now = orvella::platform::NowAsTimeT();
-    const std::time_t after = std::time(nullptr);
+    const std::time_t after = seconds();
     EXPECT_LE(before, now);
     EXPECT_LE(now, after);
     EXPECT_GT(SystemTimeNow(), 133485408000000000ULL);  // after 2024-01-01

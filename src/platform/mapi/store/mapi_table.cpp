@@ -64,7 +64,7 @@ std::string Describe(HRESULT hr) {
             return "the restriction or sort order is too complex";
         default: {
             char text[64];
-            std::snprintf(text, sizeof(text), "the rows could not be read (0x%08X)",
+            std::snprintf(text, sizeof(text), "the row source failed (0x%08X)",
                           static_cast<unsigned>(hr));
             return text;
         }
@@ -74,6 +74,7 @@ std::string Describe(HRESULT hr) {
 }  // namespace
 
 ComPtr<IMAPITable> OpenTable(std::shared_ptr<RowSource> source) {
+    if (!source) return nullptr;
     try {
         return MakeCom<MapiTable>(std::move(source));
     } catch (const std::bad_alloc&) {
@@ -94,11 +95,17 @@ bool MapiTable::Supports(REFIID riid) const {
 
 template <class Body>
 HRESULT MapiTable::Run(const char* method, Body&& body) {
-    HRESULT hr = Guarded(last_error_, [&]() -> HRESULT {
-        HRESULT result = body();
-        if (FAILED(result)) Remember(result, method);
-        return result;
-    });
+    HRESULT hr = S_OK;
+    try {
+        hr = Guarded(last_error_, [&]() -> HRESULT {
+            HRESULT result = body();
+            if (FAILED(result)) Remember(result, method);
+            return result;
+        });
+    } catch (...) {  // nothing may leave a COM method
+        hr = MAPI_E_CALL_FAILED;
+        Remember(hr, method);
+    }
     if (FAILED(hr)) last_error_code_ = hr;
     return hr;
 }

@@ -16,8 +16,8 @@
 namespace orvella::platform::mapi::store {
 
 // Opens a table on `source`, with the source's default columns, no restriction, natural order
-// and the cursor at the beginning. Never fails: the first call that needs rows takes the keyset
-// and reports the source's failure, if any.
+// and the cursor at the beginning. Null only for a null source or when memory runs out: the
+// keyset is taken by the first call that needs rows, which reports the source's failure.
 //
 // Contract of the tables it returns:
 // - Rows. The table is a keyset: opening, Restrict and SortTable take the ordered keys from the
@@ -26,8 +26,9 @@ namespace orvella::platform::mapi::store {
 //   (QueryRows, SeekRow, SeekRowApprox, FindRow, GetRowCount, QueryPosition, CreateBookmark) the
 //   table asks the source's membership version; when rows joined or left it takes the keys
 //   again and keeps the cursor on its row or, when that row left, on the first row after it
-//   that is still there (else at the end). A change of values alone does not restrict or sort
-//   the rows again. GetStatus reports TBLSTAT_COMPLETE and TBLTYPE_DYNAMIC.
+//   that is still there (else at the end; a cursor in a table that was empty stays at the
+//   beginning). A change of values alone does not restrict or sort the rows again. GetStatus
+//   reports TBLSTAT_COMPLETE and TBLTYPE_DYNAMIC.
 // - The cursor is a position from 0 (the first row) to the row count (after the last row).
 //   SeekRow clamps to that range and reports the rows actually moved.
 // - QueryRows(n > 0) reads up to n rows from the cursor and leaves the cursor after the last
@@ -43,9 +44,11 @@ namespace orvella::platform::mapi::store {
 //   denominator (1 for an empty table, whose denominator must not be 0).
 // - Bookmarks are values from 3 up; at most 255 live at once, then CreateBookmark fails with
 //   MAPI_E_UNABLE_TO_COMPLETE. A bookmark follows its row like the cursor; the first SeekRow or
-//   FindRow from a bookmark whose row left returns MAPI_W_POSITION_CHANGED. Restrict and
-//   SortTable move the cursor to the beginning and free every bookmark. An unknown or freed
-//   bookmark is MAPI_E_INVALID_BOOKMARK.
+//   FindRow from a bookmark whose row left returns MAPI_W_POSITION_CHANGED (BOOKMARK_CURRENT
+//   never does). An unknown or freed bookmark is MAPI_E_INVALID_BOOKMARK.
+// - Restrict (null: every row) and SortTable (null or no keys: natural order) keep copies of
+//   what they are given, move the cursor to the beginning and free every bookmark. A sort with
+//   more categories than keys, or more expanded than categories, is MAPI_E_INVALID_PARAMETER.
 // - QueryColumns returns the current columns, also for TBL_ALL_COLUMNS. TBL_BATCH and TBL_ASYNC
 //   are accepted and the work is done at once; Abort and WaitForCompletion have nothing to wait
 //   for. Advise, Unadvise and the categorized-table calls are MAPI_E_NO_SUPPORT.

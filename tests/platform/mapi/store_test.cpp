@@ -39,8 +39,8 @@ class StoreTest : public ::testing::Test {
 protected:
     void SetUp() override {
         ASSERT_EQ(MAPIInitialize(nullptr), S_OK);
-        store::StoreSpec spec{"Personal Folders", store::StoreKind::Personal, true, false};
-        store::CreateProfile("Outlook", std::span(&spec, 1));
+        store::StoreSetup setup{"Personal Folders", store::StoreKind::Personal, true, false};
+        store::CreateProfile("Outlook", std::span(&setup, 1));
         Logon();
     }
     void TearDown() override {
@@ -240,8 +240,8 @@ TEST_F(StoreTest, NewStoreHasTheStandardFolders) {
 TEST(StoreFileTest, AFileThatIsNotAStoreIsNamedAndLeftAlone) {
     orvella::testing::TempHome home;
     ASSERT_EQ(MAPIInitialize(nullptr), S_OK);
-    store::StoreSpec spec{"Personal Folders", store::StoreKind::Personal, true, false};
-    store::CreateProfile("Broken", std::span(&spec, 1));
+    store::StoreSetup setup{"Personal Folders", store::StoreKind::Personal, true, false};
+    store::CreateProfile("Broken", std::span(&setup, 1));
     auto file = store::ProfileStores("Broken")[0].file;
     {
         std::ofstream out(file, std::ios::trunc);

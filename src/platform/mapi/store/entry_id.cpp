@@ -32,6 +32,14 @@ std::optional<EntryIdParts> ParseEntryId(ULONG cb, const ENTRYID* entry_id) {
     return parts;
 }
 
+std::optional<bool> SameEntry(ULONG cb1, const ENTRYID* id1, ULONG cb2, const ENTRYID* id2) {
+    auto a = ParseEntryId(cb1, id1);
+    auto b = ParseEntryId(cb2, id2);
+    if (!a || !b) return std::nullopt;
+    return std::memcmp(&a->store, &b->store, sizeof(GUID)) == 0 && a->kind == b->kind &&
+           a->object == b->object;
+}
+
 SCODE EntryIdValue(const EntryIdParts& parts, ULONG tag, void* parent, SPropValue& out) {
     EntryIdBytes bytes = MakeEntryId(parts);
     void* copy = nullptr;

@@ -31,6 +31,10 @@ EntryIdBytes MakeEntryId(const EntryIdParts& parts);
 // The parts of an entry id this provider made; nullopt for anything else.
 std::optional<EntryIdParts> ParseEntryId(ULONG cb, const ENTRYID* entry_id);
 
+// CompareEntryIDs: whether two entry ids name the same object; nullopt when either is not one of
+// this provider's.
+std::optional<bool> SameEntry(ULONG cb1, const ENTRYID* id1, ULONG cb2, const ENTRYID* id2);
+
 // Copies an entry id into a binary value allocated on `parent` (MAPIAllocateMore).
 SCODE EntryIdValue(const EntryIdParts& parts, ULONG tag, void* parent, SPropValue& out);
 

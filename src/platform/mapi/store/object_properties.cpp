@@ -173,12 +173,13 @@ HRESULT ObjectProperties::GetPropList(ULONG, LPSPropTagArray* tags) {
     std::vector<ULONG> list;
     for (const auto& [id, value] : values_)
         if (!IsComputed(value->ulPropTag)) list.push_back(value->ulPropTag);
-    void* scratch = nullptr;
+    // Computed values are listed only when the object has them now.
+    MapiBuffer<BYTE> scratch;
+    if (FAILED(MAPIAllocateBuffer(1, reinterpret_cast<void**>(&scratch))))
+        return MAPI_E_NOT_ENOUGH_MEMORY;
     for (ULONG tag : hooks_.ComputedTags()) {
         SPropValue probe = {};
-        if (FAILED(MAPIAllocateBuffer(1, &scratch))) return MAPI_E_NOT_ENOUGH_MEMORY;
-        if (hooks_.Compute(tag, scratch, probe)) list.push_back(tag);
-        MAPIFreeBuffer(scratch);
+        if (hooks_.Compute(tag, scratch.Get(), probe)) list.push_back(tag);
     }
     void* buffer = nullptr;
     if (FAILED(MAPIAllocateBuffer(CbNewSPropTagArray(list.size()), &buffer)))

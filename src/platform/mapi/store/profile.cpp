@@ -70,11 +70,11 @@ std::vector<std::string> ListProfiles() {
     return names;
 }
 
-void CreateProfile(const std::string& name, std::span<const StoreSpec> stores) {
+void CreateProfile(const std::string& name, std::span<const StoreSetup> stores) {
     if (!ValidName(name))
         throw StoreFailure(MAPI_E_INVALID_PARAMETER, "\"" + name + "\" cannot name a profile");
     std::size_t defaults = 0;
-    for (const StoreSpec& spec : stores) defaults += spec.is_default;
+    for (const StoreSetup& setup : stores) defaults += setup.is_default;
     if (defaults != 1)
         throw StoreFailure(MAPI_E_INVALID_PARAMETER, "a profile needs exactly one default store");
     if (ProfileExists(name))
@@ -83,14 +83,14 @@ void CreateProfile(const std::string& name, std::span<const StoreSpec> stores) {
     std::filesystem::create_directories(directory / "stores");
     // The store files first: the profile only lists stores that exist.
     std::vector<ProfileStore> made;
-    for (const StoreSpec& spec : stores) {
+    for (const StoreSetup& setup : stores) {
         ProfileStore store;
         store.uid = NewUid();
-        store.display_name = spec.display_name;
+        store.display_name = setup.display_name;
         store.file = directory / "stores" / (Hex(store.uid) + ".store");
-        store.kind = spec.kind;
-        store.is_default = spec.is_default;
-        CreateStoreFile(store.file, store.uid, spec);
+        store.kind = setup.kind;
+        store.is_default = setup.is_default;
+        CreateStoreFile(store.file, store.uid, setup);
         made.push_back(store);
     }
     const std::filesystem::path list = directory / "profile.db.new";

@@ -21,7 +21,7 @@ enum class StoreKind {
     Public,    // public folders
 };
 
-struct StoreSpec {
+struct StoreSetup {
     std::string display_name;
     StoreKind kind = StoreKind::Personal;
     bool is_default = false;
@@ -49,7 +49,7 @@ std::vector<std::string> ListProfiles();
 // Creates a profile with its stores (each a new store file with the standard folders). Throws
 // StoreFailure: MAPI_E_COLLISION when the profile exists, MAPI_E_INVALID_PARAMETER for a name
 // that cannot be a directory name or a list of stores without exactly one default.
-void CreateProfile(const std::string& name, std::span<const StoreSpec> stores);
+void CreateProfile(const std::string& name, std::span<const StoreSetup> stores);
 
 // The stores of a profile in the order they were added. Throws StoreFailure: MAPI_E_NOT_FOUND
 // when there is no such profile, MAPI_E_CORRUPT_STORE naming the file when its list is damaged.

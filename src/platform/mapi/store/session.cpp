@@ -85,11 +85,9 @@ HRESULT Session::OpenEntry(ULONG cb, LPENTRYID entry_id, LPCIID, ULONG flags, UL
 HRESULT Session::CompareEntryIDs(ULONG cb1, LPENTRYID id1, ULONG cb2, LPENTRYID id2, ULONG,
                                  ULONG* result) {
     if (!result) return MAPI_E_INVALID_PARAMETER;
-    auto a = ParseEntryId(cb1, id1);
-    auto b = ParseEntryId(cb2, id2);
-    if (!a || !b) return MAPI_E_UNKNOWN_ENTRYID;
-    *result = std::memcmp(&a->store, &b->store, sizeof(GUID)) == 0 && a->kind == b->kind &&
-              a->object == b->object;
+    auto same = SameEntry(cb1, id1, cb2, id2);
+    if (!same) return MAPI_E_UNKNOWN_ENTRYID;
+    *result = *same;
     return S_OK;
 }
 

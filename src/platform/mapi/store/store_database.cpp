@@ -146,6 +146,10 @@ void StoreDatabase::LoadSchemaState() {
 
 std::optional<ObjectInfo> StoreDatabase::Find(ObjectId id) {
     std::lock_guard lock(mutex_);
+    return FindLocked(id);
+}
+
+std::optional<ObjectInfo> StoreDatabase::FindLocked(ObjectId id) {
     Statement& find =
         db_.Cached("SELECT kind, parent, assoc, change FROM objects WHERE id = ?1").Bind(1, id);
     if (!find.Step()) return std::nullopt;
@@ -153,6 +157,14 @@ std::optional<ObjectInfo> StoreDatabase::Find(ObjectId id) {
                     find.Int(3)};
     find.Reset();
     return info;
+}
+
+void StoreDatabase::TouchMembership(ObjectId folder) {
+    db_.Cached("UPDATE objects SET members = members + 1 WHERE id = ?1").Bind(1, folder).Run();
+}
+
+void StoreDatabase::TouchHierarchy() {
+    db_.Cached("UPDATE meta SET value = value + 1 WHERE key = 'hierarchy'").Run();
 }
 
 PropertyMap StoreDatabase::LoadProperties(ObjectId id) {
@@ -212,9 +224,7 @@ std::pair<ObjectId, std::int64_t> StoreDatabase::Save(const SaveRequest& request
             .Bind(3, std::int64_t{request.associated})
             .Run();
         id = db_.LastInsertId();
-        db_.Cached("UPDATE objects SET members = members + 1 WHERE id = ?1")
-            .Bind(1, request.parent)
-            .Run();
+        TouchMembership(request.parent);
     } else {
         Statement& current = db_.Cached("SELECT change FROM objects WHERE id = ?1").Bind(1, id);
         if (!current.Step()) throw StoreFailure(MAPI_E_OBJECT_DELETED, "the object was deleted");
@@ -247,8 +257,7 @@ std::pair<ObjectId, std::int64_t> StoreDatabase::Save(const SaveRequest& request
             .BindBlob(2, *request.recipients)
             .Run();
     }
-    if (request.kind == EntryKind::Folder)
-        db_.Cached("UPDATE meta SET value = value + 1 WHERE key = 'hierarchy'").Run();
+    if (request.kind == EntryKind::Folder) TouchHierarchy();
     transaction.Commit();
     for (const SPropValue* value : request.set) known_tags_.insert(value->ulPropTag);
     return {id, change};
@@ -298,14 +307,9 @@ std::size_t StoreDatabase::Delete(std::span<const ObjectId> ids) {
     std::size_t deleted = 0;
     bool folders = false;
     for (ObjectId id : ids) {
-        Statement& find = db_.Cached("SELECT parent, kind FROM objects WHERE id = ?1").Bind(1, id);
-        if (!find.Step() || id == kStoreObject) {
-            find.Reset();
-            continue;
-        }
-        ObjectId parent = find.Int(0);
-        folders |= find.Int(1) == static_cast<int>(EntryKind::Folder);
-        find.Reset();
+        auto info = FindLocked(id);
+        if (!info || id == kStoreObject) continue;
+        folders |= info->kind == EntryKind::Folder;
         // The object and everything below it.
         const char* const kBelow =
             "WITH RECURSIVE below(id) AS (SELECT ?1 UNION ALL "
@@ -320,10 +324,10 @@ std::size_t StoreDatabase::Delete(std::span<const ObjectId> ids) {
         db_.Cached(std::string(kBelow) + "DELETE FROM objects WHERE id IN (SELECT id FROM below)")
             .Bind(1, id)
             .Run();
-        db_.Cached("UPDATE objects SET members = members + 1 WHERE id = ?1").Bind(1, parent).Run();
+        TouchMembership(info->parent);
         ++deleted;
     }
-    if (folders) db_.Cached("UPDATE meta SET value = value + 1 WHERE key = 'hierarchy'").Run();
+    if (folders) TouchHierarchy();
     transaction.Commit();
     return deleted;
 }
@@ -334,25 +338,18 @@ std::size_t StoreDatabase::Move(std::span<const ObjectId> ids, ObjectId parent) 
     std::size_t moved = 0;
     bool folders = false;
     for (ObjectId id : ids) {
-        Statement& find = db_.Cached("SELECT parent, kind FROM objects WHERE id = ?1").Bind(1, id);
-        if (!find.Step() || id == kStoreObject) {
-            find.Reset();
-            continue;
-        }
-        ObjectId old_parent = find.Int(0);
-        folders |= find.Int(1) == static_cast<int>(EntryKind::Folder);
-        find.Reset();
+        auto info = FindLocked(id);
+        if (!info || id == kStoreObject) continue;
+        folders |= info->kind == EntryKind::Folder;
         db_.Cached("UPDATE objects SET parent = ?2, change = change + 1 WHERE id = ?1")
             .Bind(1, id)
             .Bind(2, parent)
             .Run();
-        for (ObjectId folder : {old_parent, parent})
-            db_.Cached("UPDATE objects SET members = members + 1 WHERE id = ?1")
-                .Bind(1, folder)
-                .Run();
+        TouchMembership(info->parent);
+        TouchMembership(parent);
         ++moved;
     }
-    if (folders) db_.Cached("UPDATE meta SET value = value + 1 WHERE key = 'hierarchy'").Run();
+    if (folders) TouchHierarchy();
     transaction.Commit();
     return moved;
 }
@@ -362,16 +359,11 @@ std::vector<ObjectId> StoreDatabase::CopyMessages(std::span<const ObjectId> ids,
     Transaction transaction(db_);
     std::vector<ObjectId> copies;
     for (ObjectId id : ids) {
-        Statement& find = db_.Cached("SELECT kind, assoc FROM objects WHERE id = ?1").Bind(1, id);
-        if (!find.Step() || find.Int(0) != static_cast<int>(EntryKind::Message)) {
-            find.Reset();
-            continue;
-        }
-        std::int64_t associated = find.Int(1);
-        find.Reset();
+        auto info = FindLocked(id);
+        if (!info || info->kind != EntryKind::Message) continue;
         db_.Cached("INSERT INTO objects(kind, parent, assoc, change) VALUES(3, ?1, ?2, 1)")
             .Bind(1, parent)
-            .Bind(2, associated)
+            .Bind(2, std::int64_t{info->associated})
             .Run();
         ObjectId copy = db_.LastInsertId();
         db_.Cached("INSERT INTO props(obj, tag, val) SELECT ?2, tag, val FROM props WHERE obj = ?1")
@@ -385,8 +377,7 @@ std::vector<ObjectId> StoreDatabase::CopyMessages(std::span<const ObjectId> ids,
             .Run();
         copies.push_back(copy);
     }
-    if (!copies.empty())
-        db_.Cached("UPDATE objects SET members = members + 1 WHERE id = ?1").Bind(1, parent).Run();
+    if (!copies.empty()) TouchMembership(parent);
     transaction.Commit();
     return copies;
 }

@@ -128,6 +128,10 @@ public:
 
 private:
     void LoadSchemaState();
+    // The following run under the lock, inside the caller's transaction where they write.
+    std::optional<ObjectInfo> FindLocked(ObjectId id);
+    void TouchMembership(ObjectId folder);
+    void TouchHierarchy();
     void NoteTags(std::span<const SPropValue* const> values);
 
     std::mutex mutex_;

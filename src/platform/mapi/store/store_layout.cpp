@@ -110,7 +110,7 @@ ULONG Named(StoreDatabase& store, const GUID& set, LONG id, ULONG type) {
 
 }  // namespace
 
-void CreateStoreFile(const std::filesystem::path& file, const GUID& uid, const StoreSpec& spec) {
+void CreateStoreFile(const std::filesystem::path& file, const GUID& uid, const StoreSetup& setup) {
     StoreDatabase::Create(file, uid, {});
     auto store = StoreDatabase::Open(file);
     const ObjectId root = MakeFolder(*store, kStoreObject, "", nullptr, FOLDER_ROOT);
@@ -127,23 +127,23 @@ void CreateStoreFile(const std::filesystem::path& file, const GUID& uid, const S
     }
     store->Save(inbox_pointers.Request(EntryKind::Folder, inbox, subtree));
 
-    store_values.Text(PR_DISPLAY_NAME_A, spec.display_name);
+    store_values.Text(PR_DISPLAY_NAME_A, setup.display_name);
     store_values.EntryId(PR_IPM_SUBTREE_ENTRYID, uid, subtree);
     store_values.EntryId(kReceiveFolderTag, uid, inbox);
-    const ProviderUid& provider = spec.kind == StoreKind::Exchange ? kExchangeProvider
-                                  : spec.kind == StoreKind::Public ? kPublicProvider
-                                                                   : kPersonalProvider;
+    const ProviderUid& provider = setup.kind == StoreKind::Exchange ? kExchangeProvider
+                                  : setup.kind == StoreKind::Public ? kPublicProvider
+                                                                    : kPersonalProvider;
     store_values.Binary(PR_MDB_PROVIDER, provider.data(), provider.size());
-    if (spec.offline) store_values.Bool(PR_STORE_OFFLINE, true);
-    if (spec.kind == StoreKind::Imap || spec.kind == StoreKind::Http)
+    if (setup.offline) store_values.Bool(PR_STORE_OFFLINE, true);
+    if (setup.kind == StoreKind::Imap || setup.kind == StoreKind::Http)
         store_values.Long(Named(*store, kAccountMarks, 0xA000, PT_LONG), 1);
-    if (spec.kind == StoreKind::Imap) {
-        store_values.Text(Named(*store, kImapMarks, 0xA070, PT_STRING8), spec.display_name);
+    if (setup.kind == StoreKind::Imap) {
+        store_values.Text(Named(*store, kImapMarks, 0xA070, PT_STRING8), setup.display_name);
         const BYTE account[4] = {1, 0, 0, 0};
         store_values.Binary(Named(*store, kImapMarks, 0xA072, PT_BINARY), account, 4);
     }
-    if (spec.kind == StoreKind::Http)
-        store_values.Text(Named(*store, kHttpMarks, 0xA100, PT_STRING8), spec.display_name);
+    if (setup.kind == StoreKind::Http)
+        store_values.Text(Named(*store, kHttpMarks, 0xA100, PT_STRING8), setup.display_name);
     store->Save(store_values.Request(EntryKind::Store, kStoreObject, 0));
 }
 

@@ -9,6 +9,6 @@
 namespace orvella::platform::mapi::store {
 
 // Creates the store file. Throws StoreFailure (MAPI_E_COLLISION when the file exists).
-void CreateStoreFile(const std::filesystem::path& file, const GUID& uid, const StoreSpec& spec);
+void CreateStoreFile(const std::filesystem::path& file, const GUID& uid, const StoreSetup& setup);
 
 }  // namespace orvella::platform::mapi::store

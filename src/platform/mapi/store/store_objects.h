@@ -56,15 +56,19 @@ HRESULT OpenStoreEntry(const std::shared_ptr<StoreDatabase>& store, ULONG cb,
         return props.GetIDsFromNames(c, n, f, t);                                                 \
     }
 
+// CopyTo for objects whose copy is their property values alone (the store, folders).
+#define ORVELLA_FORWARD_COPY_VALUES(props)                                                      \
+    HRESULT CopyTo(ULONG, LPCIID, LPSPropTagArray exclude, ULONG_PTR, LPMAPIPROGRESS, LPCIID,   \
+                   LPVOID target, ULONG, LPSPropProblemArray* problems) override {              \
+        return props.CopyValuesTo(nullptr, exclude, static_cast<IMAPIProp*>(target), problems); \
+    }
+
 class MsgStore final : public ComObject<IMsgStore>, private ObjectHooks {
 public:
     MsgStore(std::shared_ptr<StoreDatabase> store, bool writable);
 
     ORVELLA_FORWARD_MAPIPROP(props_)
-    HRESULT CopyTo(ULONG, LPCIID, LPSPropTagArray exclude, ULONG_PTR, LPMAPIPROGRESS, LPCIID,
-                   LPVOID target, ULONG, LPSPropProblemArray* problems) override {
-        return props_.CopyValuesTo(nullptr, exclude, static_cast<IMAPIProp*>(target), problems);
-    }
+    ORVELLA_FORWARD_COPY_VALUES(props_)
 
     HRESULT Advise(ULONG, LPENTRYID, ULONG, LPMAPIADVISESINK, ULONG_PTR*) override {
         return MAPI_E_NO_SUPPORT;
@@ -104,10 +108,7 @@ public:
     Folder(std::shared_ptr<StoreDatabase> store, const ObjectInfo& info, bool writable);
 
     ORVELLA_FORWARD_MAPIPROP(props_)
-    HRESULT CopyTo(ULONG, LPCIID, LPSPropTagArray exclude, ULONG_PTR, LPMAPIPROGRESS, LPCIID,
-                   LPVOID target, ULONG, LPSPropProblemArray* problems) override {
-        return props_.CopyValuesTo(nullptr, exclude, static_cast<IMAPIProp*>(target), problems);
-    }
+    ORVELLA_FORWARD_COPY_VALUES(props_)
 
     HRESULT GetContentsTable(ULONG flags, LPMAPITABLE* table) override;
     HRESULT GetHierarchyTable(ULONG flags, LPMAPITABLE* table) override;

@@ -1,5 +1,7 @@
 // The embedded store through MAPI: profiles, logon, folders, messages, named properties, tables
 // and the failures a caller must see, on real store files in a temporary home.
+#include "store_fixture.h"
+
 #include <gtest/gtest.h>
 
 #include <cstring>
@@ -19,99 +21,10 @@ namespace {
 using orvella::platform::mapi::ComPtr;
 using orvella::platform::mapi::MapiBuffer;
 using orvella::platform::mapi::RowSetPtr;
+using orvella::testing::Long;
+using orvella::testing::StoreTest;
+using orvella::testing::Text;
 namespace store = orvella::platform::mapi::store;
-
-SPropValue Text(ULONG tag, const char* text) {
-    SPropValue v = {};
-    v.ulPropTag = tag;
-    v.Value.lpszA = const_cast<char*>(text);
-    return v;
-}
-
-SPropValue Long(ULONG tag, LONG value) {
-    SPropValue v = {};
-    v.ulPropTag = tag;
-    v.Value.l = value;
-    return v;
-}
-
-class StoreTest : public ::testing::Test {
-protected:
-    void SetUp() override {
-        ASSERT_EQ(MAPIInitialize(nullptr), S_OK);
-        store::StoreSetup setup{"Personal Folders", store::StoreKind::Personal, true, false};
-        store::CreateProfile("Outlook", std::span(&setup, 1));
-        Logon();
-    }
-    void TearDown() override {
-        session_.Reset();
-        MAPIUninitialize();
-    }
-
-    void Logon() {
-        ASSERT_EQ(MAPILogonEx(0, nullptr, nullptr, MAPI_EXTENDED | MAPI_USE_DEFAULT, &session_),
-                  S_OK);
-        RowSetPtr rows;
-        SizedSPropTagArray(2, columns) = {2, {PR_ENTRYID, PR_DEFAULT_STORE}};
-        ComPtr<IMAPITable> table;
-        ASSERT_EQ(session_->GetMsgStoresTable(0, &table), S_OK);
-        ASSERT_EQ(HrQueryAllRows(table.Get(), reinterpret_cast<LPSPropTagArray>(&columns), nullptr,
-                                 nullptr, 0, &rows),
-                  S_OK);
-        ASSERT_EQ(rows->cRows, 1u);
-        const SBinary& eid = rows->aRow[0].lpProps[0].Value.bin;
-        ASSERT_EQ(session_->OpenMsgStore(0, eid.cb, reinterpret_cast<LPENTRYID>(eid.lpb), nullptr,
-                                         MDB_WRITE, &store_),
-                  S_OK);
-        ULONG cb = 0;
-        MapiBuffer<ENTRYID> inbox_id;
-        ASSERT_EQ(
-            store_->GetReceiveFolder(const_cast<char*>("IPM.Note"), 0, &cb, &inbox_id, nullptr),
-            S_OK);
-        ULONG type = 0;
-        ASSERT_EQ(
-            store_->OpenEntry(cb, inbox_id.Get(), nullptr, MAPI_MODIFY, &type, inbox_.PutUnknown()),
-            S_OK);
-        EXPECT_EQ(type, ULONG{MAPI_FOLDER});
-    }
-
-    // A saved message in the Inbox with these values; returns its entry id.
-    std::vector<BYTE> SaveMessage(std::vector<SPropValue> values) {
-        ComPtr<IMessage> message;
-        EXPECT_EQ(inbox_->CreateMessage(nullptr, 0, &message), S_OK);
-        EXPECT_EQ(message->SetProps(static_cast<ULONG>(values.size()), values.data(), nullptr),
-                  S_OK);
-        EXPECT_EQ(message->SaveChanges(KEEP_OPEN_READWRITE), S_OK);
-        MapiBuffer<SPropValue> eid;
-        EXPECT_EQ(HrGetOneProp(message.Get(), PR_ENTRYID, &eid), S_OK);
-        return {eid->Value.bin.lpb, eid->Value.bin.lpb + eid->Value.bin.cb};
-    }
-
-    ComPtr<IMessage> Open(std::vector<BYTE>& eid, ULONG flags = MAPI_MODIFY) {
-        ComPtr<IMessage> message;
-        ULONG type = 0;
-        EXPECT_EQ(session_->OpenEntry(static_cast<ULONG>(eid.size()),
-                                      reinterpret_cast<LPENTRYID>(eid.data()), nullptr, flags,
-                                      &type, message.PutUnknown()),
-                  S_OK);
-        return message;
-    }
-
-    ULONG NamedLong(const char* name) {
-        std::wstring wide(name, name + std::strlen(name));
-        MAPINAMEID id = {const_cast<LPGUID>(&PS_PUBLIC_STRINGS), MNID_STRING, {}};
-        id.Kind.lpwstrName = wide.data();
-        LPMAPINAMEID ids[] = {&id};
-        MapiBuffer<SPropTagArray> tags;
-        EXPECT_EQ(inbox_->GetIDsFromNames(1, ids, MAPI_CREATE, &tags), S_OK);
-        return PROP_TAG(PT_LONG, PROP_ID(tags->aulPropTag[0]));
-    }
-
-    orvella::testing::TempHome home_;
-    ComPtr<IMAPISession> session_;
-    ComPtr<IMsgStore> store_;
-    ComPtr<IMAPIFolder> inbox_;
-};
 
 TEST_F(StoreTest, SavedMessageSurvivesANewSession) {
     auto eid = SaveMessage({Text(PR_SUBJECT_A, "Quarterly report"), Long(PR_IMPORTANCE, 2)});

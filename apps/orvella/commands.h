@@ -15,4 +15,10 @@ struct CommandError : std::runtime_error {
 // orvella reg get|set|delete|list|export|import
 void AddRegCommands(CLI::App& app);
 
+// orvella profile create|list, orvella store check
+void AddProfileCommands(CLI::App& app);
+
+// orvella folders, ls, show
+void AddMailboxCommands(CLI::App& app);
+
 }  // namespace orvella::cli

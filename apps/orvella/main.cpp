@@ -1,5 +1,6 @@
 // The orvella program: runs the add-in on the embedded platform from the command line.
 #include <cstdio>
+#include <cstdlib>
 #include <exception>
 #include <string>
 
@@ -16,13 +17,20 @@ int main(int argc, char** argv) {
     app.require_subcommand(0, 1);
 
     std::string home;
-    app.add_option("--home", home, "Orvella home directory (default: $ORVELLA_HOME, else ~/.local/share/orvella)")
+    app.add_option("--home", home,
+                   "Orvella home directory (default: $ORVELLA_HOME, else ~/.local/share/orvella)")
         ->envname("ORVELLA_HOME");
+    std::string profile;
+    app.add_option("--profile", profile, "Mail profile (default: $ORVELLA_PROFILE, else Outlook)");
     app.parse_complete_callback([&] {
         if (!home.empty()) orvella::platform::SetHomeDirectory(home);
+        // The profile travels as the environment MAPILogonEx reads, also to child processes.
+        if (!profile.empty()) setenv("ORVELLA_PROFILE", profile.c_str(), 1);
     });
 
     orvella::cli::AddRegCommands(app);
+    orvella::cli::AddProfileCommands(app);
+    orvella::cli::AddMailboxCommands(app);
 
     try {
         app.parse(argc, argv);

@@ -11,6 +11,8 @@
 #include <vector>
 
 #include "commands.h"
+#include "hex.h"
+#include "prop_text.h"
 #include "reg_file.h"
 #include "winreg.h"
 
@@ -209,10 +211,6 @@ nlohmann::json ToJson(const Value& value) {
     return json;
 }
 
-void PrintJson(const nlohmann::json& json) {
-    std::puts(json.dump(2, ' ', false, nlohmann::json::error_handler_t::replace).c_str());
-}
-
 // ---- parsing data for set ----
 
 DWORD ParseType(std::string type) {
@@ -257,19 +255,18 @@ std::string ParseHexBytes(const std::vector<std::string>& arguments) {
     std::string digits;
     for (const std::string& argument : arguments) {
         for (const char c : argument) {
-            if (std::isxdigit(static_cast<unsigned char>(c))) {
-                digits += c;
-            } else if (c != ',' && c != ' ' && c != ':') {
-                throw CommandError("binary data is hex bytes such as 01,ff,2a or 01ff2a");
-            }
+            if (c != ',' && c != ' ' && c != ':') digits += c;
         }
     }
-    if (digits.size() % 2 != 0) throw CommandError("binary data has an odd number of hex digits");
-    std::string bytes;
-    for (size_t i = 0; i < digits.size(); i += 2) {
-        bytes += static_cast<char>(std::stoi(digits.substr(i, 2), nullptr, 16));
+    const auto bytes = platform::HexDecode(digits);
+    if (!bytes) {
+        const bool all_digits = std::all_of(digits.begin(), digits.end(), [](char c) {
+            return std::isxdigit(static_cast<unsigned char>(c)) != 0;
+        });
+        throw CommandError(all_digits ? "binary data has an odd number of hex digits"
+                                      : "binary data is hex bytes such as 01,ff,2a or 01ff2a");
     }
-    return bytes;
+    return {bytes->begin(), bytes->end()};
 }
 
 std::string LittleEndian(unsigned long long number, size_t size) {

@@ -1,36 +1,18 @@
 // orvella reg, run as a separate process against a temporary home.
 #include <gtest/gtest.h>
 
-#include <sys/wait.h>
-#include <array>
 #include <cstdio>
 #include <fstream>
 #include <string>
 
+#include "run_orvella.h"
 #include "temp_home.h"
 #include "winreg.h"
 
 namespace {
 
-struct CommandResult {
-    int status;
-    std::string output;  // standard output and standard error together
-};
-
-CommandResult Orvella(const orvella::testing::TempHome& home, const std::string& args) {
-    const std::string command =
-        std::string(ORVELLA_BINARY) + " --home '" + home.path().string() + "' " + args + " 2>&1";
-    FILE* pipe = popen(command.c_str(), "r");
-    CommandResult run{-1, {}};
-    if (!pipe) return run;
-    std::array<char, 4096> buffer{};
-    size_t n;
-    while ((n = fread(buffer.data(), 1, buffer.size(), pipe)) > 0)
-        run.output.append(buffer.data(), n);
-    const int raw = pclose(pipe);
-    run.status = WIFEXITED(raw) ? WEXITSTATUS(raw) : -1;
-    return run;
-}
+using orvella::testing::CommandResult;
+using orvella::testing::Orvella;
 
 TEST(RegCommand, ValuesSetOnTheCommandLineAreWhatTheRegistryApiReads) {
     orvella::testing::TempHome home;

@@ -6,6 +6,7 @@
 #include <string>
 
 #include "db/value_codec.h"
+#include "mapi_wide_text.h"
 #include "mapiutil.h"
 #include "mapix.h"
 #include "property_stream.h"
@@ -41,44 +42,6 @@ void ErrorValue(ULONG tag, SCODE error, SPropValue& out) {
     out = {};
     out.ulPropTag = PROP_TAG(PT_ERROR, PROP_ID(tag));
     out.Value.err = error;
-}
-
-// Named-property names are kept as UTF-8; WCHAR here holds one code point.
-std::string WideToUtf8(const WCHAR* text) {
-    std::string out;
-    for (; *text; ++text) {
-        auto c = static_cast<std::uint32_t>(*text);
-        if (c < 0x80) {
-            out += static_cast<char>(c);
-        } else if (c < 0x800) {
-            out += static_cast<char>(0xC0 | (c >> 6));
-            out += static_cast<char>(0x80 | (c & 0x3F));
-        } else if (c < 0x10000) {
-            out += static_cast<char>(0xE0 | (c >> 12));
-            out += static_cast<char>(0x80 | ((c >> 6) & 0x3F));
-            out += static_cast<char>(0x80 | (c & 0x3F));
-        } else {
-            out += static_cast<char>(0xF0 | (c >> 18));
-            out += static_cast<char>(0x80 | ((c >> 12) & 0x3F));
-            out += static_cast<char>(0x80 | ((c >> 6) & 0x3F));
-            out += static_cast<char>(0x80 | (c & 0x3F));
-        }
-    }
-    return out;
-}
-
-std::wstring Utf8ToWide(const std::string& text) {
-    std::wstring out;
-    for (std::size_t i = 0; i < text.size();) {
-        auto b = static_cast<unsigned char>(text[i]);
-        int extra = b >= 0xF0 ? 3 : b >= 0xE0 ? 2 : b >= 0xC0 ? 1 : 0;
-        std::uint32_t c = extra ? b & (0x3F >> extra) : b;
-        for (int k = 1; k <= extra && i + k < text.size(); ++k)
-            c = (c << 6) | (static_cast<unsigned char>(text[i + k]) & 0x3F);
-        out += static_cast<wchar_t>(c);
-        i += extra + 1;
-    }
-    return out;
 }
 
 bool Contains(LPSPropTagArray tags, ULONG tag) {

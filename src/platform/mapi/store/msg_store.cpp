@@ -33,6 +33,34 @@ HRESULT MsgStore::OpenEntry(ULONG cb, LPENTRYID entry_id, LPCIID, ULONG flags, U
     });
 }
 
+// Notifications for the whole store (no entry id) or one folder or message of it.
+HRESULT MsgStore::Advise(ULONG cb, LPENTRYID entry_id, ULONG mask, LPMAPIADVISESINK sink,
+                         ULONG_PTR* connection) {
+    if (!sink || !connection || mask == 0) return MAPI_E_INVALID_PARAMETER;
+    ObjectId filter = 0;
+    EntryKind filter_kind = EntryKind::Store;
+    if (cb != 0 || entry_id) {
+        auto parts = ParseEntryId(cb, entry_id);
+        if (!parts || std::memcmp(&parts->store, &props_.store().uid(), sizeof(GUID)) != 0)
+            return MAPI_E_INVALID_ENTRYID;
+        if (parts->kind != EntryKind::Store) {
+            filter = parts->object;
+            filter_kind = parts->kind;
+        }
+    }
+    return Guarded(props_.last_error(), [&] {
+        *connection = props_.store().notifier().Advise(props_.store_ptr(), filter, filter_kind,
+                                                       mask, ComPtr<IMAPIAdviseSink>(sink));
+        return S_OK;
+    });
+}
+
+HRESULT MsgStore::Unadvise(ULONG_PTR connection) {
+    if (connection == 0 || connection > 0xFFFFFFFFu) return MAPI_E_INVALID_PARAMETER;
+    return props_.store().notifier().Unadvise(static_cast<ULONG>(connection)) ? S_OK
+                                                                              : MAPI_E_NOT_FOUND;
+}
+
 HRESULT MsgStore::SetReceiveFolder(LPTSTR, ULONG, ULONG cb, LPENTRYID entry_id) {
     auto parts = ParseEntryId(cb, entry_id);
     if (!parts || parts->kind != EntryKind::Folder) return MAPI_E_INVALID_ENTRYID;

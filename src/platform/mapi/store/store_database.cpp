@@ -15,17 +15,19 @@ namespace {
 
 // "OVMS" in the file header tells our store files from any other SQLite database.
 constexpr std::int64_t kApplicationId = 0x4F564D53;
-constexpr std::int64_t kSchemaVersion = 1;
+constexpr std::int64_t kSchemaVersion = 2;
 constexpr ULONG kFirstNamedId = 0x8000;
 constexpr ULONG kLastNamedId = 0xFFFE;
 // Equality indexes are created on demand for the properties tables are searched by; this many
 // at most, so a caller searching everything cannot make every save slow.
 constexpr std::size_t kMaxValueIndexes = 48;
 
+// AUTOINCREMENT: an object id, and so an entry id, is never handed out again after its object
+// was deleted, even when it was the newest.
 const char* const kSchema = R"sql(
 CREATE TABLE meta(key TEXT PRIMARY KEY, value);
-CREATE TABLE objects(id INTEGER PRIMARY KEY, kind INTEGER NOT NULL, parent INTEGER NOT NULL,
-                     assoc INTEGER NOT NULL, change INTEGER NOT NULL,
+CREATE TABLE objects(id INTEGER PRIMARY KEY AUTOINCREMENT, kind INTEGER NOT NULL,
+                     parent INTEGER NOT NULL, assoc INTEGER NOT NULL, change INTEGER NOT NULL,
                      members INTEGER NOT NULL DEFAULT 0);
 CREATE INDEX objects_by_parent ON objects(parent, kind, assoc);
 CREATE TABLE props(obj INTEGER NOT NULL, tag INTEGER NOT NULL, val,
@@ -35,6 +37,14 @@ CREATE TABLE names(id INTEGER PRIMARY KEY, guid BLOB NOT NULL, kind INTEGER NOT 
                    lid INTEGER NOT NULL, name TEXT NOT NULL, UNIQUE(guid, kind, lid, name));
 CREATE TABLE tags(tag INTEGER PRIMARY KEY);
 CREATE TABLE value_indexes(tag INTEGER PRIMARY KEY);
+)sql";
+
+// Added in version 2: the event log that notifications are read from.
+const char* const kEventsSchema = R"sql(
+CREATE TABLE events(seq INTEGER PRIMARY KEY AUTOINCREMENT, type INTEGER NOT NULL,
+                    kind INTEGER NOT NULL, obj INTEGER NOT NULL, parent INTEGER NOT NULL,
+                    old_obj INTEGER NOT NULL, old_parent INTEGER NOT NULL,
+                    class TEXT, flags INTEGER);
 )sql";
 
 std::span<const std::uint8_t> GuidBytes(const GUID& guid) {
@@ -102,6 +112,7 @@ void StoreDatabase::Create(const std::filesystem::path& file, const GUID& uid,
     Configure(db);
     Transaction transaction(db);
     db.Exec(kSchema);
+    db.Exec(kEventsSchema);
     db.Exec(("PRAGMA application_id=" + std::to_string(kApplicationId) +
              "; PRAGMA user_version=" + std::to_string(kSchemaVersion))
                 .c_str());
@@ -128,6 +139,10 @@ void StoreDatabase::LoadSchemaState() {
     Statement& version = db_.Cached("PRAGMA user_version");
     std::int64_t schema = version.Step() ? version.Int(0) : 0;
     version.Reset();
+    if (schema > 0 && schema < kSchemaVersion) {
+        UpgradeSchema(schema);
+        schema = kSchemaVersion;
+    }
     if (schema != kSchemaVersion)
         throw StoreFailure(MAPI_E_VERSION,
                            db_.file().string() + " was written by another version of Orvella");
@@ -142,6 +157,14 @@ void StoreDatabase::LoadSchemaState() {
     Statement& tags = db_.Cached("SELECT tag FROM tags");
     while (tags.Step()) known_tags_.insert(static_cast<ULONG>(tags.Int(0)));
     tags.Reset();
+}
+
+// Brings a store written by an earlier version up to date, in one transaction.
+void StoreDatabase::UpgradeSchema(std::int64_t from) {
+    Transaction transaction(db_);
+    if (from < 2) db_.Exec(kEventsSchema);
+    db_.Exec(("PRAGMA user_version=" + std::to_string(kSchemaVersion)).c_str());
+    transaction.Commit();
 }
 
 std::optional<ObjectInfo> StoreDatabase::Find(ObjectId id) {
@@ -258,8 +281,10 @@ std::pair<ObjectId, std::int64_t> StoreDatabase::Save(const SaveRequest& request
             .Run();
     }
     if (request.kind == EntryKind::Folder) TouchHierarchy();
+    if (request.kind != EntryKind::Store) RecordSave(request, id);
     transaction.Commit();
     for (const SPropValue* value : request.set) known_tags_.insert(value->ulPropTag);
+    notifier_->Wake();
     return {id, change};
 }
 
@@ -325,10 +350,12 @@ std::size_t StoreDatabase::Delete(std::span<const ObjectId> ids) {
             .Bind(1, id)
             .Run();
         TouchMembership(info->parent);
+        RecordEvent({0, fnevObjectDeleted, info->kind, id, info->parent});
         ++deleted;
     }
     if (folders) TouchHierarchy();
     transaction.Commit();
+    if (deleted) notifier_->Wake();
     return deleted;
 }
 
@@ -347,10 +374,12 @@ std::size_t StoreDatabase::Move(std::span<const ObjectId> ids, ObjectId parent) 
             .Run();
         TouchMembership(info->parent);
         TouchMembership(parent);
+        RecordEvent({0, fnevObjectMoved, info->kind, id, parent, id, info->parent});
         ++moved;
     }
     if (folders) TouchHierarchy();
     transaction.Commit();
+    if (moved) notifier_->Wake();
     return moved;
 }
 
@@ -376,9 +405,11 @@ std::vector<ObjectId> StoreDatabase::CopyMessages(std::span<const ObjectId> ids,
             .Bind(2, copy)
             .Run();
         copies.push_back(copy);
+        RecordEvent({0, fnevObjectCopied, EntryKind::Message, copy, parent, id, info->parent});
     }
     if (!copies.empty()) TouchMembership(parent);
     transaction.Commit();
+    if (!copies.empty()) notifier_->Wake();
     return copies;
 }
 

@@ -18,11 +18,15 @@
 #include "entry_id.h"
 #include "mapi_ptr.h"
 #include "mapidefs.h"
+#include "notifier.h"
 
 namespace orvella::platform::mapi::store {
 
 // The store's own object, which carries the store's properties.
 inline constexpr ObjectId kStoreObject = 1;
+
+// Where a store keeps the entry id of its receive folder (a provider-private property).
+inline constexpr ULONG kReceiveFolderTag = PROP_TAG(PT_BINARY, 0x67F0);
 
 struct ObjectInfo {
     ObjectId id = 0;
@@ -46,6 +50,19 @@ struct SaveRequest {
     std::vector<const SPropValue*> set;  // values to write
     std::vector<ULONG> removed;          // exact tags to remove (deleted, or retyped)
     std::optional<std::vector<std::uint8_t>> recipients;  // encoded rows, when they changed
+};
+
+// One committed change, as the event log records it for notifications.
+struct StoreEvent {
+    std::int64_t seq = 0;  // commit order
+    ULONG type = 0;        // one fnev... bit
+    EntryKind kind = EntryKind::Message;
+    ObjectId object = 0;
+    ObjectId parent = 0;
+    ObjectId old_object = 0;    // copies: the original; moves: the object itself
+    ObjectId old_parent = 0;    // moves and copies
+    std::string message_class;  // new mail
+    ULONG message_flags = 0;    // new mail
 };
 
 struct NamedProperty {
@@ -126,6 +143,14 @@ public:
     // Integrity check of the file; the problems found, empty when sound.
     std::vector<std::string> Check();
 
+    // The event log: every save, deletion, move and copy, in commit order, by this process or
+    // another. A save of a new message into the receive folder is also new mail. The log keeps
+    // the newest kEventsKept events.
+    static constexpr std::int64_t kEventsKept = 100'000;
+    std::int64_t LastEventSeq();
+    std::vector<StoreEvent> EventsAfter(std::int64_t seq, std::size_t limit);
+    Notifier& notifier() { return *notifier_; }
+
 private:
     void LoadSchemaState();
     // The following run under the lock, inside the caller's transaction where they write.
@@ -133,12 +158,19 @@ private:
     void TouchMembership(ObjectId folder);
     void TouchHierarchy();
     void NoteTags(std::span<const SPropValue* const> values);
+    void RecordEvent(const StoreEvent& event);
+    void RecordSave(const SaveRequest& request, ObjectId id);
+    std::optional<ObjectId> ReceiveFolderLocked();
+    void UpgradeSchema(std::int64_t from);
 
     std::mutex mutex_;
     Database db_;
     GUID uid_ = {};
     std::set<ULONG> indexed_tags_;
     std::set<ULONG> known_tags_;  // tags recorded in the tags table
+    std::int64_t events_recorded_ = 0;
+    // Last: destroyed first, so that its thread stops before the connection closes.
+    std::unique_ptr<Notifier> notifier_ = std::make_unique<Notifier>();
 };
 
 }  // namespace orvella::platform::mapi::store

@@ -12,9 +12,6 @@
 
 namespace orvella::platform::mapi::store {
 
-// Where a store keeps the entry id of its receive folder (a provider-private property).
-inline constexpr ULONG kReceiveFolderTag = PROP_TAG(PT_BINARY, 0x67F0);
-
 // Opens the object an entry id names in `store`, as OpenEntry on a store or folder does:
 // MAPI_E_INVALID_ENTRYID for bytes this provider didn't make or another store's id,
 // MAPI_E_NOT_FOUND for an object that is gone. A null entry id opens the root folder.
@@ -70,10 +67,9 @@ public:
     ORVELLA_FORWARD_MAPIPROP(props_)
     ORVELLA_FORWARD_COPY_VALUES(props_)
 
-    HRESULT Advise(ULONG, LPENTRYID, ULONG, LPMAPIADVISESINK, ULONG_PTR*) override {
-        return MAPI_E_NO_SUPPORT;
-    }
-    HRESULT Unadvise(ULONG_PTR) override { return MAPI_E_NO_SUPPORT; }
+    HRESULT Advise(ULONG cb, LPENTRYID entry_id, ULONG mask, LPMAPIADVISESINK sink,
+                   ULONG_PTR* connection) override;
+    HRESULT Unadvise(ULONG_PTR connection) override;
     HRESULT CompareEntryIDs(ULONG cb1, LPENTRYID id1, ULONG cb2, LPENTRYID id2, ULONG flags,
                             ULONG* result) override;
     HRESULT OpenEntry(ULONG cb, LPENTRYID entry_id, LPCIID iid, ULONG flags, ULONG* type,

@@ -36,6 +36,14 @@ bool SqlComparable(ULONG type) {
     }
 }
 
+// Tags whose values a row computes (LoadRows) rather than stores: SQL sees none of them.
+bool ComputedInRows(ULONG tag) {
+    const std::vector<ULONG>& common = CommonComputedTags();
+    return tag == PR_INSTANCE_KEY || tag == PR_DEPTH || tag == PR_CONTENT_COUNT ||
+           tag == PR_ASSOC_CONTENT_COUNT || tag == PR_SUBFOLDERS ||
+           std::find(common.begin(), common.end(), tag) != common.end();
+}
+
 // Every tag a restriction reads, with the multi-valued form of each single-valued one (the
 // evaluator falls back to it).
 void CollectTags(const SRestriction* res, std::set<ULONG>& tags) {
@@ -78,15 +86,6 @@ void CollectTags(const SRestriction* res, std::set<ULONG>& tags) {
         default:
             break;
     }
-}
-
-std::string TagList(const std::vector<ULONG>& tags) {
-    std::string list;
-    for (ULONG tag : tags) {
-        if (!list.empty()) list += ',';
-        list += std::to_string(tag);
-    }
-    return list.empty() ? "0" : list;
 }
 
 // One object's row: its values for `tags` (stored or computed) in one MAPI buffer.
@@ -134,7 +133,8 @@ std::vector<std::pair<ObjectId, LONG>> FolderRows::WalkFolders() {
 std::string FolderRows::Narrowing(const SRestriction& res, std::vector<const SPropValue*>& binds) {
     auto indexed = [&](ULONG tag) {
         return !(PROP_TYPE(tag) & MV_FLAG) && SqlComparable(PROP_TYPE(tag)) &&
-               !store_->TagInUse(tag | MV_FLAG) && store_->EnsureValueIndex(tag);
+               !ComputedInRows(tag) && !store_->TagInUse(tag | MV_FLAG) &&
+               store_->EnsureValueIndex(tag);
     };
     auto equal = [&](ULONG tag, const SPropValue* value) -> std::string {
         if (!value || value->ulPropTag != tag || !indexed(tag)) return {};
@@ -209,12 +209,10 @@ static void LoadRows(StoreDatabase& store, Database& db, std::span<const RowKey>
                      const std::vector<ULONG>& tags,
                      const std::unordered_map<ObjectId, LONG>* depth,
                      const std::function<void(RowKey, LoadedRow&)>& take) {
-    std::vector<ULONG> stored;
-    for (ULONG tag : tags)
-        if (PROP_TYPE(tag) != PT_ERROR && PROP_TYPE(tag) != PT_UNSPECIFIED) stored.push_back(tag);
     Statement& object = db.Cached("SELECT kind, parent, assoc, change FROM objects WHERE id = ?1");
-    const std::string values_sql =
-        "SELECT tag, val FROM props WHERE obj = ?1 AND tag IN (" + TagList(stored) + ")";
+    // One primary-key lookup per column: cheaper than a list of tags, whose temporary table
+    // SQLite would build again for every row.
+    Statement& value = db.Cached("SELECT val FROM props WHERE obj = ?1 AND tag = ?2");
     for (RowKey key : keys) {
         object.Reset();
         object.Bind(1, key);
@@ -230,18 +228,15 @@ static void LoadRows(StoreDatabase& store, Database& db, std::span<const RowKey>
         row.values.Reset(static_cast<LPSPropValue>(buffer));
         row.found.assign(tags.size(), nullptr);
         for (std::size_t i = 0; i < tags.size(); ++i) {
+            const ULONG tag = tags[i];
             row.values[i] = {};
-            row.values[i].ulPropTag = PROP_TAG(PT_ERROR, PROP_ID(tags[i]));
+            row.values[i].ulPropTag = PROP_TAG(PT_ERROR, PROP_ID(tag));
             row.values[i].Value.err = MAPI_E_NOT_FOUND;
-        }
-        Statement& values = db.Cached(values_sql);
-        values.Bind(1, key);
-        while (values.Step()) {
-            const ULONG tag = static_cast<ULONG>(values.Int(0));
-            for (std::size_t i = 0; i < tags.size(); ++i) {
-                if (tags[i] != tag) continue;
-                if (FAILED(ReadValue(values, 1, tag, buffer, row.values[i]))) {
-                    values.Reset();
+            if (PROP_TYPE(tag) == PT_ERROR || PROP_TYPE(tag) == PT_UNSPECIFIED) continue;
+            value.Bind(1, key).Bind(2, std::int64_t{tag});
+            if (value.Step()) {
+                if (FAILED(ReadValue(value, 0, tag, buffer, row.values[i]))) {
+                    value.Reset();
                     throw StoreFailure(MAPI_E_CORRUPT_STORE,
                                        store.file().string() + " holds a damaged property value");
                 }
@@ -252,8 +247,8 @@ static void LoadRows(StoreDatabase& store, Database& db, std::span<const RowKey>
                     row.found[i] = &row.values[i];
                 }
             }
+            value.Reset();
         }
-        values.Reset();
         for (std::size_t i = 0; i < tags.size(); ++i) {
             if (row.found[i]) continue;
             SPropValue computed = {};
@@ -349,7 +344,8 @@ std::vector<RowKey> FolderRows::OrderedKeys(const SSortOrderSet* sort) {
     bool in_sql = !IsHierarchy();
     for (ULONG i = 0; i < sort_keys; ++i)
         in_sql &= !(PROP_TYPE(sort->aSort[i].ulPropTag) & MV_FLAG) &&
-                  SqlComparable(PROP_TYPE(sort->aSort[i].ulPropTag));
+                  SqlComparable(PROP_TYPE(sort->aSort[i].ulPropTag)) &&
+                  !ComputedInRows(sort->aSort[i].ulPropTag);
     std::vector<RowKey> keys;
     if (in_sql) {
         std::string joins, order;
@@ -375,8 +371,14 @@ std::vector<RowKey> FolderRows::OrderedKeys(const SSortOrderSet* sort) {
     } else {
         keys = store_->Children(folder_, EntryKind::Message, scope_ == Scope::AssociatedMessages);
     }
-    if (sort_keys == 0) return keys;
     // Sorting by values SQL cannot order as MAPI does: read them and sort here.
+    SortInMemory(keys, sort);
+    return keys;
+}
+
+void FolderRows::SortInMemory(std::vector<RowKey>& keys, const SSortOrderSet* sort) {
+    const ULONG sort_keys = sort ? sort->cSorts : 0;
+    if (sort_keys == 0) return;
     std::vector<ULONG> tags;
     for (ULONG i = 0; i < sort_keys; ++i) tags.push_back(sort->aSort[i].ulPropTag);
     std::unordered_map<RowKey, LoadedRow> loaded;
@@ -385,6 +387,7 @@ std::vector<RowKey> FolderRows::OrderedKeys(const SSortOrderSet* sort) {
         LoadRows(*store_, db, keys, tags, &depth_,
                  [&](RowKey key, LoadedRow& row) { loaded.emplace(key, std::move(row)); });
     });
+    std::erase_if(keys, [&](RowKey key) { return !loaded.count(key); });
     std::stable_sort(keys.begin(), keys.end(), [&](RowKey a, RowKey b) {
         const LoadedRow& ra = loaded.at(a);
         const LoadedRow& rb = loaded.at(b);
@@ -397,7 +400,6 @@ std::vector<RowKey> FolderRows::OrderedKeys(const SSortOrderSet* sort) {
         }
         return false;
     });
-    return keys;
 }
 
 HRESULT FolderRows::Keys(const SRestriction* restriction, const SSortOrderSet* sort,
@@ -405,16 +407,21 @@ HRESULT FolderRows::Keys(const SRestriction* restriction, const SSortOrderSet* s
     keys.clear();
     LastError ignored;
     return Guarded(ignored, [&]() -> HRESULT {
-        std::vector<RowKey> ordered = OrderedKeys(sort);
         if (!restriction) {
-            keys = std::move(ordered);
+            keys = OrderedKeys(sort);
             return S_OK;
         }
+        // With candidates from the indexes only they are ordered (by id, the natural order, then
+        // by the sort in memory, which orders as SQL does); else the whole folder.
         std::optional<std::vector<RowKey>> candidates;
         if (HRESULT hr = Candidates(*restriction, candidates); FAILED(hr)) return hr;
+        std::vector<RowKey> ordered;
         if (candidates) {
-            std::set<RowKey> allowed(candidates->begin(), candidates->end());
-            std::erase_if(ordered, [&](RowKey key) { return !allowed.count(key); });
+            ordered = std::move(*candidates);
+            std::sort(ordered.begin(), ordered.end());
+            SortInMemory(ordered, sort);
+        } else {
+            ordered = OrderedKeys(sort);
         }
         constexpr std::size_t kBatch = 256;
         for (std::size_t at = 0; at < ordered.size(); at += kBatch) {

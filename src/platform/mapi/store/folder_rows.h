@@ -37,6 +37,8 @@ private:
     // The SQL that narrows a restriction to candidate ids, or empty when it cannot.
     std::string Narrowing(const SRestriction& restriction, std::vector<const SPropValue*>& binds);
     std::vector<RowKey> OrderedKeys(const SSortOrderSet* sort);
+    // Orders keys by values read into memory, with CompareProps (as the SQL sort orders).
+    void SortInMemory(std::vector<RowKey>& keys, const SSortOrderSet* sort);
 
     std::shared_ptr<StoreDatabase> store_;
     ObjectId folder_;

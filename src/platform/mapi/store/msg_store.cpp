@@ -101,6 +101,7 @@ HRESULT OpenStoreEntry(const std::shared_ptr<StoreDatabase>& store, ULONG cb,
                        const ENTRYID* entry_id, ULONG flags, ULONG* type, LPUNKNOWN* out) {
     if (!out) return MAPI_E_INVALID_PARAMETER;
     *out = nullptr;
+    StoreDatabase::Snapshot snapshot(*store);  // the object and its properties in one read
     ObjectId id = 0;
     if (!entry_id || cb == 0) {
         auto roots = store->Children(kStoreObject, EntryKind::Folder, false);

@@ -11,12 +11,14 @@
 namespace orvella::platform::mapi::store {
 
 Session::Session(std::string profile, std::vector<ProfileStore> stores)
-    : profile_(std::move(profile)), stores_(std::move(stores)) {}
+    : profile_(std::move(profile)), stores_(std::move(stores)), opened_(stores_.size()) {}
 
 std::shared_ptr<StoreDatabase> Session::StoreFor(const GUID& uid) {
-    for (const ProfileStore& store : stores_)
-        if (std::memcmp(&store.uid, &uid, sizeof(GUID)) == 0)
-            return StoreDatabase::Open(store.file);
+    for (std::size_t i = 0; i < stores_.size(); ++i) {
+        if (std::memcmp(&stores_[i].uid, &uid, sizeof(GUID)) != 0) continue;
+        if (!opened_[i]) opened_[i] = StoreDatabase::Open(stores_[i].file);
+        return opened_[i];
+    }
     return nullptr;
 }
 
@@ -27,8 +29,7 @@ HRESULT Session::GetMsgStoresTable(ULONG, LPMAPITABLE* table) {
         auto source = std::make_shared<MemoryRowSource>(std::vector<ULONG>{
             PR_ENTRYID, PR_DISPLAY_NAME_A, PR_DEFAULT_STORE, PR_MDB_PROVIDER, PR_RESOURCE_FLAGS});
         for (const ProfileStore& entry : stores_) {
-            auto store = StoreDatabase::Open(entry.file);
-            PropertyMap saved = store->LoadProperties(kStoreObject);
+            PropertyMap saved = StoreFor(entry.uid)->LoadProperties(kStoreObject);
             EntryIdBytes eid = MakeEntryId({entry.uid, EntryKind::Store, 0});
             std::vector<SPropValue> row(5);
             row[0].ulPropTag = PR_ENTRYID;

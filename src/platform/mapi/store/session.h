@@ -66,10 +66,12 @@ protected:
 
 private:
     // The open store file of the profile's store with this uid; null when the profile has none.
+    // Kept open for the session, so that opening entries does not reopen files.
     std::shared_ptr<StoreDatabase> StoreFor(const GUID& uid);
 
     std::string profile_;
     std::vector<ProfileStore> stores_;
+    std::vector<std::shared_ptr<StoreDatabase>> opened_;  // by index in stores_
     std::mutex mutex_;
     LastError last_error_;
 };

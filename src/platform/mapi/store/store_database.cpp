@@ -78,15 +78,22 @@ void Configure(Database& db) {
 }  // namespace
 
 std::shared_ptr<StoreDatabase> StoreDatabase::Open(const std::filesystem::path& file) {
+    std::lock_guard lock(OpenStoresMutex());
+    // The path as given first: resolving it to its canonical form costs several system calls.
+    const std::string given = file.string();
+    if (auto open = OpenStores()[given].lock()) return open;
     std::error_code ec;
     std::string key = std::filesystem::weakly_canonical(file, ec).string();
-    if (ec) key = file.string();
-    std::lock_guard lock(OpenStoresMutex());
-    if (auto open = OpenStores()[key].lock()) return open;
+    if (ec) key = given;
+    if (auto open = OpenStores()[key].lock()) {
+        OpenStores()[given] = open;
+        return open;
+    }
     if (!std::filesystem::exists(file))
-        throw StoreFailure(MAPI_E_NOT_FOUND, "the message store " + file.string() + " is missing");
+        throw StoreFailure(MAPI_E_NOT_FOUND, "the message store " + given + " is missing");
     auto store = std::make_shared<StoreDatabase>(file);
     OpenStores()[key] = store;
+    OpenStores()[given] = store;
     return store;
 }
 
@@ -267,8 +274,9 @@ std::pair<ObjectId, std::int64_t> StoreDatabase::Save(const SaveRequest& request
             .Run();
     }
     for (const SPropValue* value : request.set) {
-        Statement& write =
-            db_.Cached("INSERT OR REPLACE INTO props(obj, tag, val) VALUES(?1, ?2, ?3)");
+        Statement& write = db_.Cached(
+            "INSERT INTO props(obj, tag, val) VALUES(?1, ?2, ?3) "
+            "ON CONFLICT(obj, tag) DO UPDATE SET val = excluded.val");
         write.Bind(1, id).Bind(2, std::int64_t{value->ulPropTag});
         BindValue(write, 3, *value);
         write.Run();
@@ -514,26 +522,33 @@ bool StoreDatabase::TagInUse(ULONG tag) {
 std::vector<std::string> StoreDatabase::Check() {
     std::lock_guard lock(mutex_);
     std::vector<std::string> problems;
-    Statement& check = db_.Cached("PRAGMA integrity_check");
-    while (check.Step()) {
-        std::string line(check.Text(0));
-        if (line != "ok") problems.push_back(line);
-    }
     auto count = [&](const char* sql, const char* what) {
         Statement& query = db_.Cached(sql);
         std::int64_t n = query.Step() ? query.Int(0) : 0;
         query.Reset();
         if (n) problems.push_back(std::to_string(n) + " " + what);
     };
-    count(
-        "SELECT count(*) FROM objects o WHERE o.id <> 1 AND NOT EXISTS "
-        "(SELECT 1 FROM objects p WHERE p.id = o.parent)",
-        "objects whose folder is missing");
-    count(
-        "SELECT count(*) FROM (SELECT DISTINCT obj FROM props) p WHERE NOT EXISTS "
-        "(SELECT 1 FROM objects o WHERE o.id = p.obj)",
-        "property sets of missing objects");
-    count("SELECT 1 - count(*) FROM objects WHERE id = 1 AND kind = 1", "missing store object");
+    // Damage can stop the check part-way: what it found until then, and the damage that
+    // stopped it, are the check's answer, not a failure of the check.
+    try {
+        Statement& check = db_.Cached("PRAGMA integrity_check");
+        while (check.Step()) {
+            std::string line(check.Text(0));
+            if (line != "ok") problems.push_back(line);
+        }
+        count(
+            "SELECT count(*) FROM objects o WHERE o.id <> 1 AND NOT EXISTS "
+            "(SELECT 1 FROM objects p WHERE p.id = o.parent)",
+            "objects whose folder is missing");
+        count(
+            "SELECT count(*) FROM (SELECT DISTINCT obj FROM props) p WHERE NOT EXISTS "
+            "(SELECT 1 FROM objects o WHERE o.id = p.obj)",
+            "property sets of missing objects");
+        count("SELECT 1 - count(*) FROM objects WHERE id = 1 AND kind = 1", "missing store object");
+    } catch (const StoreFailure& failure) {
+        if (failure.code() != MAPI_E_CORRUPT_STORE) throw;
+        problems.push_back(failure.what());
+    }
     return problems;
 }
 

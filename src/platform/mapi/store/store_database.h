@@ -132,15 +132,28 @@ public:
     // multi-valued form of a property exists at all).
     bool TagInUse(ULONG tag);
 
-    // Runs `work` with the connection, under the store's lock, for queries that live next to
-    // the code that needs them (tables).
+    // Runs `work` with the connection, under the store's lock and in one read snapshot, for
+    // queries that live next to the code that needs them (tables).
     template <class Work>
     auto WithDatabase(Work&& work) {
         std::lock_guard lock(mutex_);
+        ReadSnapshot snapshot(db_);
         return work(db_);
     }
 
-    // Integrity check of the file; the problems found, empty when sound.
+    // While alive, this thread's reads of the store see one snapshot and take the file's read
+    // lock once (opening an object reads it with several statements). Other threads wait.
+    class Snapshot {
+    public:
+        explicit Snapshot(StoreDatabase& store) : lock_(store.mutex_), snapshot_(store.db_) {}
+
+    private:
+        std::unique_lock<std::recursive_mutex> lock_;
+        ReadSnapshot snapshot_;
+    };
+
+    // Integrity check of the file; the problems found, empty when sound. Damage that stops the
+    // check part-way is one more problem, not a failure.
     std::vector<std::string> Check();
 
     // The event log: every save, deletion, move and copy, in commit order, by this process or
@@ -163,7 +176,7 @@ private:
     std::optional<ObjectId> ReceiveFolderLocked();
     void UpgradeSchema(std::int64_t from);
 
-    std::mutex mutex_;
+    std::recursive_mutex mutex_;  // recursive: a Snapshot holds it around other methods
     Database db_;
     GUID uid_ = {};
     std::set<ULONG> indexed_tags_;

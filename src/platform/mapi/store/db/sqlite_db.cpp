@@ -176,4 +176,15 @@ void Transaction::Commit() {
     open_ = false;
 }
 
+ReadSnapshot::ReadSnapshot(Database& db)
+    : db_(db), open_(sqlite3_get_autocommit(db.handle()) != 0) {
+    if (open_) db_.Cached("BEGIN").Run();
+}
+
+ReadSnapshot::~ReadSnapshot() {
+    // Ending a read-only transaction cannot lose anything; ROLLBACK also ends one that a failed
+    // statement left behind.
+    if (open_) sqlite3_exec(db_.handle(), "ROLLBACK", nullptr, nullptr, nullptr);
+}
+
 }  // namespace orvella::platform::mapi::store

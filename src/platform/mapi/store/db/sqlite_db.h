@@ -114,4 +114,19 @@ private:
     bool open_ = true;
 };
 
+// BEGIN ... COMMIT around a series of reads: one consistent view of the file, and the file's
+// read lock taken once instead of once per statement. Inside an open transaction it does
+// nothing, so reads may nest.
+class ReadSnapshot {
+public:
+    explicit ReadSnapshot(Database& db);
+    ~ReadSnapshot();
+    ReadSnapshot(const ReadSnapshot&) = delete;
+    ReadSnapshot& operator=(const ReadSnapshot&) = delete;
+
+private:
+    Database& db_;
+    bool open_;
+};
+
 }  // namespace orvella::platform::mapi::store

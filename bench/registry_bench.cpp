@@ -7,30 +7,12 @@
 #include <string>
 
 #include "home.h"
+#include "temp_home.h"
 #include "winreg.h"
 
 namespace {
 
-// A fresh Orvella home for one benchmark, removed afterwards.
-class BenchmarkHome {
-public:
-    BenchmarkHome() {
-        std::string pattern =
-            (std::filesystem::temp_directory_path() / "orvella-bench-XXXXXX").string();
-        if (mkdtemp(pattern.data())) path_ = pattern;
-        orvella::platform::SetHomeDirectory(path_);
-    }
-    ~BenchmarkHome() {
-        orvella::platform::SetHomeDirectory({});
-        std::error_code ignored;
-        std::filesystem::remove_all(path_, ignored);
-    }
-    BenchmarkHome(const BenchmarkHome&) = delete;
-    BenchmarkHome& operator=(const BenchmarkHome&) = delete;
-
-private:
-    std::filesystem::path path_;
-};
+using BenchmarkHome = orvella::testing::TempHome;  // a fresh home, removed afterwards
 
 constexpr const char* kKey = "Software\\Orvella\\Vintor\\Scoring";
 

@@ -241,6 +241,7 @@ std::pair<ObjectId, std::int64_t> StoreDatabase::Save(const SaveRequest& request
     std::lock_guard lock(mutex_);
     Transaction transaction(db_);
     ObjectId id = request.id;
+    ObjectId parent = request.parent;  // a saved object's own, which a request need not know
     std::int64_t change = 1;
     if (id == 0) {
         Statement& parent =
@@ -256,9 +257,11 @@ std::pair<ObjectId, std::int64_t> StoreDatabase::Save(const SaveRequest& request
         id = db_.LastInsertId();
         TouchMembership(request.parent);
     } else {
-        Statement& current = db_.Cached("SELECT change FROM objects WHERE id = ?1").Bind(1, id);
+        Statement& current =
+            db_.Cached("SELECT change, parent FROM objects WHERE id = ?1").Bind(1, id);
         if (!current.Step()) throw StoreFailure(MAPI_E_OBJECT_DELETED, "the object was deleted");
         change = current.Int(0) + 1;
+        parent = current.Int(1);
         current.Reset();
         if (!request.force && change - 1 != request.expected_change)
             throw StoreFailure(MAPI_E_OBJECT_CHANGED, "the object was changed by another save");
@@ -289,7 +292,7 @@ std::pair<ObjectId, std::int64_t> StoreDatabase::Save(const SaveRequest& request
             .Run();
     }
     if (request.kind == EntryKind::Folder) TouchHierarchy();
-    if (request.kind != EntryKind::Store) RecordSave(request, id);
+    if (request.kind != EntryKind::Store) RecordSave(request, id, parent);
     transaction.Commit();
     for (const SPropValue* value : request.set) known_tags_.insert(value->ulPropTag);
     notifier_->Wake();

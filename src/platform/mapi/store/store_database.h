@@ -172,7 +172,7 @@ private:
     void TouchHierarchy();
     void NoteTags(std::span<const SPropValue* const> values);
     void RecordEvent(const StoreEvent& event);
-    void RecordSave(const SaveRequest& request, ObjectId id);
+    void RecordSave(const SaveRequest& request, ObjectId id, ObjectId parent);
     std::optional<ObjectId> ReceiveFolderLocked();
     void UpgradeSchema(std::int64_t from);
 

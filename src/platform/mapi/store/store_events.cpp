@@ -42,18 +42,17 @@ void StoreDatabase::RecordEvent(const StoreEvent& event) {
 
 // A new object is created (and, for a normal message saved into the receive folder, new
 // mail); a saved one is modified.
-void StoreDatabase::RecordSave(const SaveRequest& request, ObjectId id) {
+void StoreDatabase::RecordSave(const SaveRequest& request, ObjectId id, ObjectId parent) {
     if (request.id != 0) {
-        const auto info = FindLocked(id);
-        RecordEvent({0, fnevObjectModified, request.kind, id, info ? info->parent : 0});
+        RecordEvent({0, fnevObjectModified, request.kind, id, parent});
         return;
     }
-    RecordEvent({0, fnevObjectCreated, request.kind, id, request.parent});
+    RecordEvent({0, fnevObjectCreated, request.kind, id, parent});
     if (request.kind != EntryKind::Message || request.associated ||
-        ReceiveFolderLocked() != request.parent) {
+        ReceiveFolderLocked() != parent) {
         return;
     }
-    StoreEvent mail{0, fnevNewMail, EntryKind::Message, id, request.parent};
+    StoreEvent mail{0, fnevNewMail, EntryKind::Message, id, parent};
     if (const SPropValue* value = Written(request, PR_MESSAGE_CLASS_A)) {
         mail.message_class = value->Value.lpszA;
     }

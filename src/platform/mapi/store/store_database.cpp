@@ -505,9 +505,11 @@ bool StoreDatabase::EnsureValueIndex(ULONG tag) {
     db_.Cached("INSERT OR IGNORE INTO value_indexes(tag) VALUES(?1)")
         .Bind(1, std::int64_t{tag})
         .Run();
+    // Inside the transaction: on its own, the analysis would turn its read into a write and fail
+    // at once, without waiting, whenever another process is writing.
+    db_.Exec("PRAGMA optimize");
     transaction.Commit();
     indexed_tags_.insert(tag);
-    db_.Exec("PRAGMA optimize");
     return true;
 }
 

@@ -10,82 +10,19 @@
 #include <thread>
 #include <vector>
 
-#include "com_object.h"
+#include "recording_sink.h"
 #include "store_fixture.h"
 
 namespace {
 
 using orvella::platform::mapi::ComPtr;
 using orvella::platform::mapi::MapiBuffer;
-using orvella::platform::mapi::store::ComObject;
 using orvella::platform::mapi::store::MakeCom;
+using orvella::testing::RecordingSink;
+using orvella::testing::Seen;
 using orvella::testing::StoreTest;
 using orvella::testing::Text;
 using Bytes = std::vector<BYTE>;
-
-struct Seen {
-    ULONG type = 0;
-    ULONG object_type = 0;
-    Bytes id, parent, old_id, old_parent;
-    std::string message_class;
-    std::thread::id thread;
-};
-
-Bytes Copy(ULONG cb, LPENTRYID id) {
-    const auto* bytes = reinterpret_cast<const BYTE*>(id);
-    return id ? Bytes(bytes, bytes + cb) : Bytes();
-}
-
-// Records every notification it is given; a test waits for the count it expects.
-class RecordingSink final : public ComObject<IMAPIAdviseSink> {
-public:
-    ULONG OnNotify(ULONG count, LPNOTIFICATION notifications) override {
-        std::lock_guard lock(mutex_);
-        for (ULONG i = 0; i < count; ++i) {
-            const NOTIFICATION& n = notifications[i];
-            Seen seen{n.ulEventType};
-            seen.thread = std::this_thread::get_id();
-            if (n.ulEventType == fnevNewMail) {
-                seen.id = Copy(n.info.newmail.cbEntryID, n.info.newmail.lpEntryID);
-                seen.parent = Copy(n.info.newmail.cbParentID, n.info.newmail.lpParentID);
-                seen.message_class = n.info.newmail.lpszMessageClass;
-            } else {
-                seen.object_type = n.info.obj.ulObjType;
-                seen.id = Copy(n.info.obj.cbEntryID, n.info.obj.lpEntryID);
-                seen.parent = Copy(n.info.obj.cbParentID, n.info.obj.lpParentID);
-                seen.old_id = Copy(n.info.obj.cbOldID, n.info.obj.lpOldID);
-                seen.old_parent = Copy(n.info.obj.cbOldParentID, n.info.obj.lpOldParentID);
-            }
-            seen_.push_back(std::move(seen));
-        }
-        arrived_.notify_all();
-        if (hold_) std::this_thread::sleep_for(std::chrono::milliseconds(20));
-        return 0;
-    }
-
-    // The notifications once `count` have arrived; fewer when they do not arrive in 10 s, a
-    // bound on a broken notifier, not a measure of speed.
-    std::vector<Seen> WaitFor(size_t count) {
-        std::unique_lock lock(mutex_);
-        arrived_.wait_for(lock, std::chrono::seconds(10), [&] { return seen_.size() >= count; });
-        return seen_;
-    }
-
-    size_t count() {
-        std::lock_guard lock(mutex_);
-        return seen_.size();
-    }
-
-    void SlowDown() { hold_ = true; }
-
-private:
-    bool Supports(REFIID) const override { return false; }
-
-    std::mutex mutex_;
-    std::condition_variable arrived_;
-    std::vector<Seen> seen_;
-    std::atomic<bool> hold_ = false;
-};
 
 class NotificationTest : public StoreTest {
 protected:

@@ -39,9 +39,11 @@ CREATE TABLE tags(tag INTEGER PRIMARY KEY);
 CREATE TABLE value_indexes(tag INTEGER PRIMARY KEY);
 )sql";
 
-// Added in version 2: the event log that notifications are read from.
+// Added in version 2: the event log that notifications are read from. No AUTOINCREMENT (it
+// would write one more page per save): pruning never removes the newest event, so a sequence
+// number is never handed out twice.
 const char* const kEventsSchema = R"sql(
-CREATE TABLE events(seq INTEGER PRIMARY KEY AUTOINCREMENT, type INTEGER NOT NULL,
+CREATE TABLE events(seq INTEGER PRIMARY KEY, type INTEGER NOT NULL,
                     kind INTEGER NOT NULL, obj INTEGER NOT NULL, parent INTEGER NOT NULL,
                     old_obj INTEGER NOT NULL, old_parent INTEGER NOT NULL,
                     class TEXT, flags INTEGER);

@@ -183,8 +183,13 @@ ReadSnapshot::ReadSnapshot(Database& db)
 
 ReadSnapshot::~ReadSnapshot() {
     // Ending a read-only transaction cannot lose anything; ROLLBACK also ends one that a failed
-    // statement left behind.
-    if (open_) sqlite3_exec(db_.handle(), "ROLLBACK", nullptr, nullptr, nullptr);
+    // statement left behind. Prepared once: this runs for every object opened.
+    if (!open_) return;
+    try {
+        db_.Cached("ROLLBACK").Run();
+    } catch (const StoreFailure&) {
+        sqlite3_exec(db_.handle(), "ROLLBACK", nullptr, nullptr, nullptr);
+    }
 }
 
 }  // namespace orvella::platform::mapi::store

@@ -138,6 +138,26 @@ TEST_F(DamagedStoreTest, DamageAmongMessagesFailsTheirReadingAndShowsInTheCheck)
     RowSetPtr rows;
     const ULONG columns[] = {PR_SUBJECT_A, PR_BODY_A};
     EXPECT_EQ(ReadAllRows(inbox_.Get(), columns, rows), MAPI_E_CORRUPT_STORE);
+
+    // The table's own account of the failure names the file, as the store's does.
+    ComPtr<IMAPITable> table;
+    ASSERT_EQ(inbox_->GetContentsTable(0, &table), S_OK);
+    SizedSPropTagArray(2, tags) = {2, {PR_SUBJECT_A, PR_BODY_A}};
+    ASSERT_EQ(table->SetColumns(reinterpret_cast<LPSPropTagArray>(&tags), 0), S_OK);
+    HRESULT read = S_OK;
+    for (ULONG got = 1; SUCCEEDED(read) && got > 0;) {
+        RowSetPtr page;
+        read = table->QueryRows(50, 0, &page);
+        got = SUCCEEDED(read) ? page->cRows : 0;
+    }
+    ASSERT_EQ(read, MAPI_E_CORRUPT_STORE);
+    MapiBuffer<MAPIERROR> error;
+    ASSERT_EQ(table->GetLastError(read, 0, &error), S_OK);
+    ASSERT_TRUE(error && error->lpszError);
+    EXPECT_NE(std::string(error->lpszError).find(file.string()), std::string::npos)
+        << error->lpszError;
+    table.Reset();
+
     std::vector<std::string> problems = CheckStore();
     ASSERT_FALSE(problems.empty());
     EXPECT_EQ(problems.back(), file.string() + kMalformed);

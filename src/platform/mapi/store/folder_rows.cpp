@@ -107,12 +107,9 @@ std::vector<ULONG> FolderRows::DefaultColumns() {
 }
 
 HRESULT FolderRows::MembershipVersion(std::uint64_t& version) {
-    LastError ignored;
-    return Guarded(ignored, [&] {
-        version = static_cast<std::uint64_t>(IsHierarchy() ? store_->HierarchyVersion()
-                                                           : store_->MembershipVersion(folder_));
-        return S_OK;
-    });
+    version = static_cast<std::uint64_t>(IsHierarchy() ? store_->HierarchyVersion()
+                                                       : store_->MembershipVersion(folder_));
+    return S_OK;
 }
 
 std::vector<std::pair<ObjectId, LONG>> FolderRows::WalkFolders() {
@@ -185,23 +182,20 @@ HRESULT FolderRows::Candidates(const SRestriction& restriction,
                                std::optional<std::vector<RowKey>>& candidates) {
     candidates.reset();
     if (IsHierarchy()) return S_OK;
-    LastError ignored;
-    return Guarded(ignored, [&] {
-        std::vector<const SPropValue*> binds;
-        std::string narrowing = Narrowing(restriction, binds);
-        if (narrowing.empty()) return S_OK;
-        store_->WithDatabase([&](Database& db) {
-            Statement& query = db.Cached("SELECT id FROM objects WHERE id IN (" + narrowing +
-                                         ") AND parent = ?1 AND kind = 3 AND assoc = ?2");
-            query.Bind(1, folder_).Bind(2, std::int64_t{scope_ == Scope::AssociatedMessages});
-            for (std::size_t i = 0; i < binds.size(); ++i)
-                BindValue(query, static_cast<int>(i + 3), *binds[i]);
-            std::vector<RowKey> keys;
-            while (query.Step()) keys.push_back(query.Int(0));
-            candidates = std::move(keys);
-        });
-        return S_OK;
+    std::vector<const SPropValue*> binds;
+    std::string narrowing = Narrowing(restriction, binds);
+    if (narrowing.empty()) return S_OK;
+    store_->WithDatabase([&](Database& db) {
+        Statement& query = db.Cached("SELECT id FROM objects WHERE id IN (" + narrowing +
+                                     ") AND parent = ?1 AND kind = 3 AND assoc = ?2");
+        query.Bind(1, folder_).Bind(2, std::int64_t{scope_ == Scope::AssociatedMessages});
+        for (std::size_t i = 0; i < binds.size(); ++i)
+            BindValue(query, static_cast<int>(i + 3), *binds[i]);
+        std::vector<RowKey> keys;
+        while (query.Step()) keys.push_back(query.Int(0));
+        candidates = std::move(keys);
     });
+    return S_OK;
 }
 
 // Reads rows under the store's lock. Missing objects are skipped.
@@ -301,42 +295,36 @@ static void LoadRows(StoreDatabase& store, Database& db, std::span<const RowKey>
 HRESULT FolderRows::Match(std::span<const RowKey> keys, const SRestriction& restriction,
                           std::vector<bool>& matches) {
     matches.assign(keys.size(), false);
-    LastError ignored;
-    return Guarded(ignored, [&] {
-        std::set<ULONG> tag_set;
-        CollectTags(&restriction, tag_set);
-        std::vector<ULONG> tags(tag_set.begin(), tag_set.end());
-        std::unordered_map<RowKey, bool> result;
-        std::lock_guard lock(mutex_);
-        store_->WithDatabase([&](Database& db) {
-            LoadRows(*store_, db, keys, tags, &depth_, [&](RowKey key, LoadedRow& row) {
-                auto lookup = [&](ULONG tag) -> const SPropValue* {
-                    for (std::size_t i = 0; i < tags.size(); ++i)
-                        if (tags[i] == tag) return row.found[i];
-                    return nullptr;
-                };
-                result[key] = EvaluateRestriction(restriction, lookup);
-            });
+    std::set<ULONG> tag_set;
+    CollectTags(&restriction, tag_set);
+    std::vector<ULONG> tags(tag_set.begin(), tag_set.end());
+    std::unordered_map<RowKey, bool> result;
+    std::lock_guard lock(mutex_);
+    store_->WithDatabase([&](Database& db) {
+        LoadRows(*store_, db, keys, tags, &depth_, [&](RowKey key, LoadedRow& row) {
+            auto lookup = [&](ULONG tag) -> const SPropValue* {
+                for (std::size_t i = 0; i < tags.size(); ++i)
+                    if (tags[i] == tag) return row.found[i];
+                return nullptr;
+            };
+            result[key] = EvaluateRestriction(restriction, lookup);
         });
-        for (std::size_t i = 0; i < keys.size(); ++i) matches[i] = result[keys[i]];
-        return S_OK;
     });
+    for (std::size_t i = 0; i < keys.size(); ++i) matches[i] = result[keys[i]];
+    return S_OK;
 }
 
 HRESULT FolderRows::ReadRows(std::span<const RowKey> keys, const SPropTagArray& columns,
                              std::vector<RowValues>& rows) {
     rows.clear();
-    LastError ignored;
-    return Guarded(ignored, [&] {
-        std::vector<ULONG> tags(columns.aulPropTag, columns.aulPropTag + columns.cValues);
-        std::lock_guard lock(mutex_);
-        store_->WithDatabase([&](Database& db) {
-            LoadRows(*store_, db, keys, tags, &depth_, [&](RowKey key, LoadedRow& row) {
-                rows.push_back({key, columns.cValues, std::move(row.values)});
-            });
+    std::vector<ULONG> tags(columns.aulPropTag, columns.aulPropTag + columns.cValues);
+    std::lock_guard lock(mutex_);
+    store_->WithDatabase([&](Database& db) {
+        LoadRows(*store_, db, keys, tags, &depth_, [&](RowKey key, LoadedRow& row) {
+            rows.push_back({key, columns.cValues, std::move(row.values)});
         });
-        return S_OK;
     });
+    return S_OK;
 }
 
 std::vector<RowKey> FolderRows::OrderedKeys(const SSortOrderSet* sort) {
@@ -405,35 +393,32 @@ void FolderRows::SortInMemory(std::vector<RowKey>& keys, const SSortOrderSet* so
 HRESULT FolderRows::Keys(const SRestriction* restriction, const SSortOrderSet* sort,
                          std::vector<RowKey>& keys) {
     keys.clear();
-    LastError ignored;
-    return Guarded(ignored, [&]() -> HRESULT {
-        if (!restriction) {
-            keys = OrderedKeys(sort);
-            return S_OK;
-        }
-        // With candidates from the indexes only they are ordered (by id, the natural order, then
-        // by the sort in memory, which orders as SQL does); else the whole folder.
-        std::optional<std::vector<RowKey>> candidates;
-        if (HRESULT hr = Candidates(*restriction, candidates); FAILED(hr)) return hr;
-        std::vector<RowKey> ordered;
-        if (candidates) {
-            ordered = std::move(*candidates);
-            std::sort(ordered.begin(), ordered.end());
-            SortInMemory(ordered, sort);
-        } else {
-            ordered = OrderedKeys(sort);
-        }
-        constexpr std::size_t kBatch = 256;
-        for (std::size_t at = 0; at < ordered.size(); at += kBatch) {
-            auto batch =
-                std::span<const RowKey>(ordered).subspan(at, std::min(kBatch, ordered.size() - at));
-            std::vector<bool> matches;
-            if (HRESULT hr = Match(batch, *restriction, matches); FAILED(hr)) return hr;
-            for (std::size_t i = 0; i < batch.size(); ++i)
-                if (matches[i]) keys.push_back(batch[i]);
-        }
+    if (!restriction) {
+        keys = OrderedKeys(sort);
         return S_OK;
-    });
+    }
+    // With candidates from the indexes only they are ordered (by id, the natural order, then
+    // by the sort in memory, which orders as SQL does); else the whole folder.
+    std::optional<std::vector<RowKey>> candidates;
+    if (HRESULT hr = Candidates(*restriction, candidates); FAILED(hr)) return hr;
+    std::vector<RowKey> ordered;
+    if (candidates) {
+        ordered = std::move(*candidates);
+        std::sort(ordered.begin(), ordered.end());
+        SortInMemory(ordered, sort);
+    } else {
+        ordered = OrderedKeys(sort);
+    }
+    constexpr std::size_t kBatch = 256;
+    for (std::size_t at = 0; at < ordered.size(); at += kBatch) {
+        auto batch =
+            std::span<const RowKey>(ordered).subspan(at, std::min(kBatch, ordered.size() - at));
+        std::vector<bool> matches;
+        if (HRESULT hr = Match(batch, *restriction, matches); FAILED(hr)) return hr;
+        for (std::size_t i = 0; i < batch.size(); ++i)
+            if (matches[i]) keys.push_back(batch[i]);
+    }
+    return S_OK;
 }
 
 }  // namespace orvella::platform::mapi::store

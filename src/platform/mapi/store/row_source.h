@@ -27,7 +27,8 @@ struct RowValues {
 // Contract for the sources behind a table. A source is shared by the tables opened on it and may
 // be called from the thread of any of them: implementations serialise their own state. Every
 // method reports failure as an HRESULT (MAPI_E_CORRUPT_STORE, MAPI_E_DISK_ERROR ...) and then
-// leaves its outputs empty.
+// leaves its outputs empty, or throws a StoreFailure, whose text (naming the store file) the
+// table keeps for GetLastError.
 class RowSource {
 public:
     virtual ~RowSource() = default;

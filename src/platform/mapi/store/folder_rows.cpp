@@ -55,6 +55,7 @@ void CollectTags(const SRestriction* res, std::set<ULONG>& tags) {
     switch (res->rt) {
         case RES_AND:
         case RES_OR:
+            if (!res->res.resAnd.lpRes) break;
             for (ULONG i = 0; i < res->res.resAnd.cRes; ++i)
                 CollectTags(&res->res.resAnd.lpRes[i], tags);
             break;
@@ -155,6 +156,7 @@ std::string FolderRows::Narrowing(const SRestriction& res, std::vector<const SPr
             return "SELECT obj FROM props WHERE tag = " +
                    std::to_string(res.res.resExist.ulPropTag);
         case RES_AND: {
+            if (!res.res.resAnd.lpRes) return {};
             std::string sql;
             for (ULONG i = 0; i < res.res.resAnd.cRes; ++i) {
                 std::string part = Narrowing(res.res.resAnd.lpRes[i], binds);
@@ -164,7 +166,7 @@ std::string FolderRows::Narrowing(const SRestriction& res, std::vector<const SPr
             return sql;
         }
         case RES_OR: {
-            if (res.res.resOr.cRes == 0) return {};
+            if (res.res.resOr.cRes == 0 || !res.res.resOr.lpRes) return {};
             std::string sql;
             for (ULONG i = 0; i < res.res.resOr.cRes; ++i) {
                 std::string part = Narrowing(res.res.resOr.lpRes[i], binds);
@@ -198,10 +200,11 @@ HRESULT FolderRows::Candidates(const SRestriction& restriction,
     return S_OK;
 }
 
-// Reads rows under the store's lock. Missing objects are skipped.
+// Reads rows under the store's lock. Missing objects are skipped. Values too large to hand out
+// read as MAPI_E_NOT_ENOUGH_MEMORY, unless `whole_values` keeps them to restrict and sort by.
 static void LoadRows(StoreDatabase& store, Database& db, std::span<const RowKey> keys,
                      const std::vector<ULONG>& tags,
-                     const std::unordered_map<ObjectId, LONG>* depth,
+                     const std::unordered_map<ObjectId, LONG>* depth, bool whole_values,
                      const std::function<void(RowKey, LoadedRow&)>& take) {
     Statement& object = db.Cached("SELECT kind, parent, assoc, change FROM objects WHERE id = ?1");
     // One primary-key lookup per column: cheaper than a list of tags, whose temporary table
@@ -234,7 +237,7 @@ static void LoadRows(StoreDatabase& store, Database& db, std::span<const RowKey>
                     throw StoreFailure(MAPI_E_CORRUPT_STORE,
                                        store.file().string() + " holds a damaged property value");
                 }
-                if (ValueBytes(row.values[i]) > kLargeValueBytes) {
+                if (!whole_values && ValueBytes(row.values[i]) > kLargeValueBytes) {
                     row.values[i].ulPropTag = PROP_TAG(PT_ERROR, PROP_ID(tag));
                     row.values[i].Value.err = MAPI_E_NOT_ENOUGH_MEMORY;
                 } else {
@@ -301,7 +304,7 @@ HRESULT FolderRows::Match(std::span<const RowKey> keys, const SRestriction& rest
     std::unordered_map<RowKey, bool> result;
     std::lock_guard lock(mutex_);
     store_->WithDatabase([&](Database& db) {
-        LoadRows(*store_, db, keys, tags, &depth_, [&](RowKey key, LoadedRow& row) {
+        LoadRows(*store_, db, keys, tags, &depth_, true, [&](RowKey key, LoadedRow& row) {
             auto lookup = [&](ULONG tag) -> const SPropValue* {
                 for (std::size_t i = 0; i < tags.size(); ++i)
                     if (tags[i] == tag) return row.found[i];
@@ -320,7 +323,7 @@ HRESULT FolderRows::ReadRows(std::span<const RowKey> keys, const SPropTagArray& 
     std::vector<ULONG> tags(columns.aulPropTag, columns.aulPropTag + columns.cValues);
     std::lock_guard lock(mutex_);
     store_->WithDatabase([&](Database& db) {
-        LoadRows(*store_, db, keys, tags, &depth_, [&](RowKey key, LoadedRow& row) {
+        LoadRows(*store_, db, keys, tags, &depth_, false, [&](RowKey key, LoadedRow& row) {
             rows.push_back({key, columns.cValues, std::move(row.values)});
         });
     });
@@ -372,7 +375,7 @@ void FolderRows::SortInMemory(std::vector<RowKey>& keys, const SSortOrderSet* so
     std::unordered_map<RowKey, LoadedRow> loaded;
     std::lock_guard lock(mutex_);
     store_->WithDatabase([&](Database& db) {
-        LoadRows(*store_, db, keys, tags, &depth_,
+        LoadRows(*store_, db, keys, tags, &depth_, true,
                  [&](RowKey key, LoadedRow& row) { loaded.emplace(key, std::move(row)); });
     });
     std::erase_if(keys, [&](RowKey key) { return !loaded.count(key); });

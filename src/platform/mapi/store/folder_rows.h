@@ -1,6 +1,7 @@
 // The rows of a folder's tables: its messages (contents and associated contents) or its
 // subfolders (hierarchy), read from the store file. Equality searches are narrowed through
-// value indexes; the restriction evaluator decides every row.
+// value indexes; the restriction evaluator decides every row. Values too large to appear in a
+// row still count whole in restrictions and sort orders.
 #pragma once
 
 #include <memory>

@@ -26,7 +26,9 @@ using orvella::platform::mapi::AdrListPtr;
 using orvella::platform::mapi::ComPtr;
 using orvella::testing::CommandResult;
 using orvella::testing::Long;
+using orvella::testing::MakeFolder;
 using orvella::testing::Orvella;
+using orvella::testing::SaveIn;
 using orvella::testing::TempHome;
 using orvella::testing::Text;
 namespace store = orvella::platform::mapi::store;
@@ -59,27 +61,7 @@ std::string ReadBytes(const std::filesystem::path& file) {
     return {std::istreambuf_iterator<char>(in), {}};
 }
 
-class StoreCommands : public orvella::testing::StoreTest {
-protected:
-    ComPtr<IMAPIFolder> CreateFolder(IMAPIFolder* parent, const char* name) {
-        ComPtr<IMAPIFolder> folder;
-        EXPECT_EQ(parent->CreateFolder(FOLDER_GENERIC, const_cast<char*>(name), nullptr, nullptr, 0,
-                                       &folder),
-                  S_OK);
-        return folder;
-    }
-
-    std::vector<BYTE> SaveIn(IMAPIFolder* folder, std::vector<SPropValue> values, ULONG flags = 0) {
-        ComPtr<IMessage> message;
-        EXPECT_EQ(folder->CreateMessage(nullptr, flags, &message), S_OK);
-        EXPECT_EQ(message->SetProps(static_cast<ULONG>(values.size()), values.data(), nullptr),
-                  S_OK);
-        EXPECT_EQ(message->SaveChanges(KEEP_OPEN_READWRITE), S_OK);
-        orvella::platform::mapi::MapiBuffer<SPropValue> eid;
-        EXPECT_EQ(HrGetOneProp(message.Get(), PR_ENTRYID, &eid), S_OK);
-        return {eid->Value.bin.lpb, eid->Value.bin.lpb + eid->Value.bin.cb};
-    }
-};
+using StoreCommands = orvella::testing::StoreTest;
 
 TEST_F(StoreCommands, LsListsAFolderNewestFirst) {
     const auto older =
@@ -106,12 +88,10 @@ TEST_F(StoreCommands, LsListsAFolderNewestFirst) {
 }
 
 TEST_F(StoreCommands, FolderPathsResolveWhateverTheSeparatorsAndCase) {
-    auto projects = CreateFolder(inbox_.Get(), "Projects");
-    auto alpha = CreateFolder(projects.Get(), "Alpha");
+    auto projects = MakeFolder(inbox_.Get(), "Projects");
+    auto alpha = MakeFolder(projects.Get(), "Alpha");
     const auto eid = SaveIn(alpha.Get(), {Text(PR_SUBJECT_A, "Kick-off")});
-    orvella::platform::mapi::MapiBuffer<SPropValue> alpha_id;
-    ASSERT_EQ(HrGetOneProp(alpha.Get(), PR_ENTRYID, &alpha_id), S_OK);
-    const std::string alpha_hex = HexEncode({alpha_id->Value.bin.lpb, alpha_id->Value.bin.cb});
+    const std::string alpha_hex = Hex(orvella::testing::EntryIdOf(alpha.Get()));
 
     for (const std::string path : {"Inbox/Projects/Alpha", "'/inbox\\projects\\ALPHA/'",
                                    "' Inbox//Projects/Alpha'", alpha_hex.c_str()}) {
@@ -130,7 +110,7 @@ TEST_F(StoreCommands, FolderPathsResolveWhateverTheSeparatorsAndCase) {
 }
 
 TEST_F(StoreCommands, FoldersShowsTheTreeWithItemCounts) {
-    auto projects = CreateFolder(inbox_.Get(), "Projects");
+    auto projects = MakeFolder(inbox_.Get(), "Projects");
     SaveMessage({Text(PR_SUBJECT_A, "one")});
     SaveMessage({Text(PR_SUBJECT_A, "two")});
     SaveIn(projects.Get(), {Text(PR_SUBJECT_A, "three")});

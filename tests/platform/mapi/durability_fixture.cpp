@@ -5,12 +5,6 @@
 
 namespace orvella::testing {
 
-std::vector<BYTE> EntryIdOf(IMAPIProp* object) {
-    MapiBuffer<SPropValue> eid;
-    if (FAILED(HrGetOneProp(object, PR_ENTRYID, &eid))) return {};
-    return {eid->Value.bin.lpb, eid->Value.bin.lpb + eid->Value.bin.cb};
-}
-
 HRESULT OpenOwnFolder(std::vector<BYTE> folder_eid, ComPtr<IMAPISession>& session,
                       ComPtr<IMAPIFolder>& folder) {
     HRESULT hr = MAPILogonEx(0, nullptr, nullptr, MAPI_EXTENDED | MAPI_USE_DEFAULT, &session);

@@ -19,9 +19,6 @@ using platform::mapi::MapiBuffer;
 using platform::mapi::RowSetPtr;
 namespace store = platform::mapi::store;
 
-// The entry id of a saved object, or empty when it has none.
-std::vector<BYTE> EntryIdOf(IMAPIProp* object);
-
 // Logs on to the default profile with a session of its own and opens a folder through it
 // read-write, as another thread or process would. The HRESULT of the first step that failed.
 HRESULT OpenOwnFolder(std::vector<BYTE> folder_eid, ComPtr<IMAPISession>& session,

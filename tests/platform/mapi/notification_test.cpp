@@ -18,6 +18,8 @@ namespace {
 using orvella::platform::mapi::ComPtr;
 using orvella::platform::mapi::MapiBuffer;
 using orvella::platform::mapi::store::MakeCom;
+using orvella::testing::EntryIdOf;
+using orvella::testing::MakeFolder;
 using orvella::testing::RecordingSink;
 using orvella::testing::Seen;
 using orvella::testing::StoreTest;
@@ -54,27 +56,13 @@ protected:
                result;
     }
 
-    Bytes IdOf(IMAPIProp* object) {
-        MapiBuffer<SPropValue> id;
-        EXPECT_EQ(HrGetOneProp(object, PR_ENTRYID, &id), S_OK);
-        return {id->Value.bin.lpb, id->Value.bin.lpb + id->Value.bin.cb};
-    }
-
-    ComPtr<IMAPIFolder> CreateFolder(IMAPIFolder* parent, const char* name) {
-        ComPtr<IMAPIFolder> folder;
-        EXPECT_EQ(parent->CreateFolder(FOLDER_GENERIC, const_cast<char*>(name), nullptr, nullptr, 0,
-                                       &folder),
-                  S_OK);
-        return folder;
-    }
-
     std::vector<ULONG_PTR> connections_;
 };
 
 TEST_F(NotificationTest, EveryChangeIsNotifiedInCommitOrderOnTheNotificationThread) {
     auto sink = Advise(fnevNewMail | fnevObjectCreated | fnevObjectModified | fnevObjectDeleted |
                        fnevObjectMoved | fnevObjectCopied);
-    const Bytes inbox = IdOf(inbox_.Get());
+    const Bytes inbox = EntryIdOf(inbox_.Get());
     auto eid = SaveMessage({Text(PR_MESSAGE_CLASS_A, "IPM.Note"), Text(PR_SUBJECT_A, "hello")});
     {
         auto message = Open(eid);
@@ -82,8 +70,8 @@ TEST_F(NotificationTest, EveryChangeIsNotifiedInCommitOrderOnTheNotificationThre
         ASSERT_EQ(message->SetProps(1, &subject, nullptr), S_OK);
         ASSERT_EQ(message->SaveChanges(0), S_OK);
     }
-    auto archive = CreateFolder(inbox_.Get(), "Archive");
-    const Bytes archive_id = IdOf(archive.Get());
+    auto archive = MakeFolder(inbox_.Get(), "Archive");
+    const Bytes archive_id = EntryIdOf(archive.Get());
     SBinary bin{static_cast<ULONG>(eid.size()), eid.data()};
     ENTRYLIST list{1, &bin};
     ASSERT_EQ(inbox_->CopyMessages(&list, nullptr, archive.Get(), 0, nullptr, 0), S_OK);
@@ -135,14 +123,14 @@ TEST_F(NotificationTest, EveryChangeIsNotifiedInCommitOrderOnTheNotificationThre
 
 TEST_F(NotificationTest, MasksAndEntryFiltersSelectTheEvents) {
     auto mail = Advise(fnevNewMail);
-    auto archive = CreateFolder(inbox_.Get(), "Archive");
-    auto in_archive = Advise(fnevObjectCreated | fnevObjectDeleted, IdOf(archive.Get()));
+    auto archive = MakeFolder(inbox_.Get(), "Archive");
+    auto in_archive = Advise(fnevObjectCreated | fnevObjectDeleted, EntryIdOf(archive.Get()));
 
     // None of these is new mail: not the receive folder, associated, or not new.
     ComPtr<IMessage> message;
     ASSERT_EQ(archive->CreateMessage(nullptr, 0, &message), S_OK);
     ASSERT_EQ(message->SaveChanges(KEEP_OPEN_READWRITE), S_OK);
-    const Bytes first_inside = IdOf(message.Get());
+    const Bytes first_inside = EntryIdOf(message.Get());
     ASSERT_EQ(inbox_->CreateMessage(nullptr, MAPI_ASSOCIATED, &message), S_OK);
     ASSERT_EQ(message->SaveChanges(KEEP_OPEN_READWRITE), S_OK);
     auto existing = SaveMessage({Text(PR_SUBJECT_A, "first")});  // new mail 1
@@ -161,7 +149,7 @@ TEST_F(NotificationTest, MasksAndEntryFiltersSelectTheEvents) {
     ComPtr<IMessage> inside;
     ASSERT_EQ(archive->CreateMessage(nullptr, 0, &inside), S_OK);
     ASSERT_EQ(inside->SaveChanges(KEEP_OPEN_READWRITE), S_OK);
-    Bytes inside_id = IdOf(inside.Get());
+    Bytes inside_id = EntryIdOf(inside.Get());
     SBinary bin{static_cast<ULONG>(inside_id.size()), inside_id.data()};
     ENTRYLIST list{1, &bin};
     ASSERT_EQ(archive->DeleteMessages(&list, 0, nullptr, 0), S_OK);

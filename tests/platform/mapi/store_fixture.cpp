@@ -26,6 +26,29 @@ SPropValue Long(ULONG tag, LONG value) {
     return v;
 }
 
+EntryId EntryIdOf(IMAPIProp* object) {
+    MapiBuffer<SPropValue> eid;
+    if (FAILED(HrGetOneProp(object, PR_ENTRYID, &eid))) return {};
+    return {eid->Value.bin.lpb, eid->Value.bin.lpb + eid->Value.bin.cb};
+}
+
+EntryId SaveIn(IMAPIFolder* folder, std::vector<SPropValue> values, ULONG flags) {
+    ComPtr<IMessage> message;
+    EXPECT_EQ(folder->CreateMessage(nullptr, flags, &message), S_OK);
+    if (!message) return {};
+    EXPECT_EQ(message->SetProps(static_cast<ULONG>(values.size()), values.data(), nullptr), S_OK);
+    EXPECT_EQ(message->SaveChanges(KEEP_OPEN_READWRITE), S_OK);
+    return EntryIdOf(message.Get());
+}
+
+ComPtr<IMAPIFolder> MakeFolder(IMAPIFolder* parent, const char* name) {
+    ComPtr<IMAPIFolder> folder;
+    EXPECT_EQ(
+        parent->CreateFolder(FOLDER_GENERIC, const_cast<char*>(name), nullptr, nullptr, 0, &folder),
+        S_OK);
+    return folder;
+}
+
 void StoreTest::SetUp() {
     ASSERT_EQ(MAPIInitialize(nullptr), S_OK);
     store::StoreSetup setup{"Personal Folders", store::StoreKind::Personal, true, false};
@@ -66,22 +89,16 @@ void StoreTest::Logon() {
 }
 
 std::vector<BYTE> StoreTest::SaveMessage(std::vector<SPropValue> values) {
-    ComPtr<IMessage> message;
-    EXPECT_EQ(inbox_->CreateMessage(nullptr, 0, &message), S_OK);
-    EXPECT_EQ(message->SetProps(static_cast<ULONG>(values.size()), values.data(), nullptr), S_OK);
-    EXPECT_EQ(message->SaveChanges(KEEP_OPEN_READWRITE), S_OK);
-    MapiBuffer<SPropValue> eid;
-    EXPECT_EQ(HrGetOneProp(message.Get(), PR_ENTRYID, &eid), S_OK);
-    return {eid->Value.bin.lpb, eid->Value.bin.lpb + eid->Value.bin.cb};
+    return SaveIn(inbox_.Get(), std::move(values));
 }
 
 ComPtr<IMessage> StoreTest::Open(std::vector<BYTE>& eid, ULONG flags) {
     ComPtr<IMessage> message;
     ULONG type = 0;
-    EXPECT_EQ(session_->OpenEntry(static_cast<ULONG>(eid.size()),
-                                  reinterpret_cast<LPENTRYID>(eid.data()), nullptr, flags, &type,
-                                  message.PutUnknown()),
-              S_OK);
+    EXPECT_EQ(
+        session_->OpenEntry(static_cast<ULONG>(eid.size()), reinterpret_cast<LPENTRYID>(eid.data()),
+                            nullptr, flags, &type, message.PutUnknown()),
+        S_OK);
     return message;
 }
 

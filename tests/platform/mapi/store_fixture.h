@@ -18,6 +18,15 @@ namespace orvella::testing {
 SPropValue Text(ULONG tag, const char* text);
 SPropValue Long(ULONG tag, LONG value);
 
+using EntryId = std::vector<BYTE>;
+
+// The object's PR_ENTRYID; empty when it has none (no test failure: forked writers use it).
+EntryId EntryIdOf(IMAPIProp* object);
+// A message saved in `folder` with these values (flags as for CreateMessage); its entry id.
+EntryId SaveIn(IMAPIFolder* folder, std::vector<SPropValue> values, ULONG flags = 0);
+// A new subfolder of `parent`, opened for writing.
+platform::mapi::ComPtr<IMAPIFolder> MakeFolder(IMAPIFolder* parent, const char* name);
+
 class StoreTest : public ::testing::Test {
 protected:
     void SetUp() override;

@@ -98,31 +98,6 @@ SPropValue ValueArena::LongList(ULONG tag, std::vector<LONG> values) {
     return value;
 }
 
-EntryId EntryIdOf(IMAPIProp* object) {
-    MapiBuffer<SPropValue> eid;
-    HRESULT hr = HrGetOneProp(object, PR_ENTRYID, &eid);
-    EXPECT_EQ(hr, S_OK);
-    if (hr != S_OK) return {};
-    return {eid->Value.bin.lpb, eid->Value.bin.lpb + eid->Value.bin.cb};
-}
-
-EntryId SaveIn(IMAPIFolder* folder, std::vector<SPropValue> values, ULONG flags) {
-    ComPtr<IMessage> message;
-    EXPECT_EQ(folder->CreateMessage(nullptr, flags, &message), S_OK);
-    if (!message) return {};
-    EXPECT_EQ(message->SetProps(static_cast<ULONG>(values.size()), values.data(), nullptr), S_OK);
-    EXPECT_EQ(message->SaveChanges(KEEP_OPEN_READWRITE), S_OK);
-    return EntryIdOf(message.Get());
-}
-
-ComPtr<IMAPIFolder> MakeFolder(IMAPIFolder* parent, const char* name) {
-    ComPtr<IMAPIFolder> folder;
-    EXPECT_EQ(
-        parent->CreateFolder(FOLDER_GENERIC, const_cast<char*>(name), nullptr, nullptr, 0, &folder),
-        S_OK);
-    return folder;
-}
-
 LONG LongOf(IMAPIProp* object, ULONG tag) {
     MapiBuffer<SPropValue> value;
     if (HrGetOneProp(object, tag, &value) != S_OK) return -1;

@@ -10,10 +10,9 @@
 #include "mapi_ptr.h"
 #include "mapidefs.h"
 #include "mapix.h"
+#include "store_fixture.h"
 
 namespace orvella::testing {
-
-using EntryId = std::vector<BYTE>;
 
 // Property values that own what they point to (strings, bytes, arrays) for as long as the
 // arena lives, so that tests can build messages and restrictions of every type.
@@ -39,15 +38,6 @@ private:
     std::deque<std::vector<LPSTR>> text_lists_;
     std::deque<std::vector<LONG>> long_lists_;
 };
-
-// The object's PR_ENTRYID (empty, with a test failure, when it has none).
-EntryId EntryIdOf(IMAPIProp* object);
-
-// A message saved in `folder` with these values (flags as for CreateMessage); its entry id.
-EntryId SaveIn(IMAPIFolder* folder, std::vector<SPropValue> values, ULONG flags = 0);
-
-// A new subfolder of `parent`, opened for writing.
-platform::mapi::ComPtr<IMAPIFolder> MakeFolder(IMAPIFolder* parent, const char* name);
 
 // OpenEntry on `opener` (a session, store or folder) with `id`; the result, and the object in
 // `out` when it succeeded.

@@ -21,4 +21,10 @@ void AddProfileCommands(CLI::App& app);
 // orvella folders, ls, show
 void AddMailboxCommands(CLI::App& app);
 
+// orvella msg save|load
+void AddMsgCommands(CLI::App& app);
+
+// orvella directory add|list|remove
+void AddDirectoryCommands(CLI::App& app);
+
 }  // namespace orvella::cli

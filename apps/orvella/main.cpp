@@ -31,6 +31,8 @@ int main(int argc, char** argv) {
     orvella::cli::AddRegCommands(app);
     orvella::cli::AddProfileCommands(app);
     orvella::cli::AddMailboxCommands(app);
+    orvella::cli::AddMsgCommands(app);
+    orvella::cli::AddDirectoryCommands(app);
 
     try {
         app.parse(argc, argv);

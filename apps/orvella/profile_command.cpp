@@ -1,12 +1,14 @@
 // orvella profile create|list and orvella store check: the profiles in the Orvella home, their
 // stores, and the integrity of every store file.
 #include <cstdio>
+#include <filesystem>
 #include <memory>
 #include <nlohmann/json.hpp>
 #include <string>
 #include <vector>
 
 #include "commands.h"
+#include "directory.h"
 #include "profile.h"
 #include "prop_text.h"
 #include "store_database.h"
@@ -20,6 +22,8 @@ struct CreateOptions {
     std::string name;
     bool exchange = false;
     bool offline = false;
+    std::string user;     // the Exchange-like profile's own user: display name
+    std::string address;  // and primary SMTP address
     CLI::Option* store_option = nullptr;
     CLI::Option* kind_option = nullptr;
 };
@@ -58,6 +62,14 @@ std::vector<store::StoreSetup> StoreSetups(CLI::App& command, const CreateOption
 void Create(CLI::App& command, const CreateOptions& options) {
     const std::string name = options.name.empty() ? store::DefaultProfileName() : options.name;
     const auto setups = StoreSetups(command, options);
+    if (options.user.empty() != options.address.empty()) {
+        throw CommandError("--user and --address go together");
+    }
+    if (!options.user.empty() && !options.exchange) {
+        throw CommandError(
+            "--user and --address need --exchange: only an Exchange-like profile "
+            "has a directory");
+    }
     try {
         store::CreateProfile(name, setups);
     } catch (const store::StoreFailure& failure) {
@@ -66,11 +78,24 @@ void Create(CLI::App& command, const CreateOptions& options) {
         }
         throw CommandError("creating profile \"" + name + "\": " + failure.what());
     }
+    if (!options.user.empty()) {
+        try {
+            store::AddDirectoryEntry(name, {options.user, options.address, "", {}}, true);
+        } catch (const store::StoreFailure& failure) {
+            // A profile without the user it was asked for is not left behind.
+            std::filesystem::remove_all(store::ProfileDirectory(name));
+            throw CommandError("creating profile \"" + name + "\": " + failure.what());
+        }
+    }
     std::printf("Created profile \"%s\" with %zu store%s:\n", name.c_str(), setups.size(),
                 setups.size() == 1 ? "" : "s");
     for (const auto& setup : setups) {
         std::printf("  %s (%s%s%s)\n", setup.display_name.c_str(), store::StoreKindName(setup.kind),
                     setup.is_default ? ", default" : "", setup.offline ? ", offline" : "");
+    }
+    if (!options.user.empty()) {
+        std::printf("  user %s <%s> in the directory\n", options.user.c_str(),
+                    options.address.c_str());
     }
 }
 
@@ -138,6 +163,10 @@ void AddProfileCommands(CLI::App& app) {
     create->add_flag("--exchange", options->exchange,
                      "The default store is an Exchange-like mailbox, not personal folders");
     create->add_flag("--offline", options->offline, "The default store works offline");
+    create->add_option("--user", options->user,
+                       "With --exchange: the user's display name in the directory");
+    create->add_option("--address", options->address,
+                       "With --exchange: the user's primary SMTP address");
     options->store_option =
         create->add_option("--store", "Add a store with this display name (repeatable)")
             ->multi_option_policy(CLI::MultiOptionPolicy::TakeAll);

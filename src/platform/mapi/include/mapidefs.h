@@ -656,6 +656,20 @@ typedef FREEBUFFER* LPFREEBUFFER;
 #define DT_PRIVATE_DISTLIST ((ULONG)0x00000005)
 #define DT_REMOTE_MAILUSER ((ULONG)0x00000006)
 #define DT_FOLDER ((ULONG)0x01000000)
+// PR_DISPLAY_TYPE of address-book containers.
+#define DT_MODIFIABLE ((ULONG)0x00010000)
+#define DT_GLOBAL ((ULONG)0x00020000)
+#define DT_LOCAL ((ULONG)0x00030000)
+#define DT_WAN ((ULONG)0x00040000)
+#define DT_NOT_SPECIFIC ((ULONG)0x00050000)
+
+// PR_CONTAINER_FLAGS of address-book containers.
+#define AB_RECIPIENTS ((ULONG)0x00000001)
+#define AB_SUBCONTAINERS ((ULONG)0x00000002)
+#define AB_MODIFIABLE ((ULONG)0x00000004)
+#define AB_UNMODIFIABLE ((ULONG)0x00000008)
+#define AB_FIND_ON_OPEN ((ULONG)0x00000010)
+#define AB_NOT_DEFAULT ((ULONG)0x00000020)
 
 // ---------------------------------------------------------------------------------------------
 // The interfaces, declared ahead so that each may name the others.

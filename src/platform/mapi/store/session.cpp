@@ -3,9 +3,12 @@
 
 #include <cstring>
 
+#include "ab_entry_id.h"
+#include "address_book.h"
 #include "mapi_table.h"
 #include "mapitags.h"
 #include "memory_row_source.h"
+#include "status_table.h"
 #include "store_objects.h"
 
 namespace orvella::platform::mapi::store {
@@ -69,10 +72,28 @@ HRESULT Session::OpenMsgStore(ULONG_PTR, ULONG cb, LPENTRYID entry_id, LPCIID, U
     });
 }
 
+HRESULT Session::OpenAddressBook(ULONG_PTR, LPCIID, ULONG, LPADRBOOK* book) {
+    if (!book) return MAPI_E_INVALID_PARAMETER;
+    *book = nullptr;
+    std::lock_guard lock(mutex_);
+    return Guarded(last_error_,
+                   [&]() -> HRESULT { return ReturnObject(MakeCom<AddressBook>(profile_), book); });
+}
+
+HRESULT Session::GetStatusTable(ULONG flags, LPMAPITABLE* table) {
+    if (!table) return MAPI_E_INVALID_PARAMETER;
+    *table = nullptr;
+    if (flags & MAPI_UNICODE) return MAPI_E_BAD_CHARWIDTH;
+    std::lock_guard lock(mutex_);
+    return Guarded(last_error_, [&] { return OpenStatusTable(profile_, stores_, table); });
+}
+
 HRESULT Session::OpenEntry(ULONG cb, LPENTRYID entry_id, LPCIID, ULONG flags, ULONG* type,
                            LPUNKNOWN* out) {
     if (!out) return MAPI_E_INVALID_PARAMETER;
     *out = nullptr;
+    if (ParseAbEntryId(cb, entry_id))
+        return OpenAddressBookEntry(profile_, cb, entry_id, type, out);
     auto parts = ParseEntryId(cb, entry_id);
     if (!parts) return MAPI_E_INVALID_ENTRYID;
     std::lock_guard lock(mutex_);
@@ -86,7 +107,8 @@ HRESULT Session::OpenEntry(ULONG cb, LPENTRYID entry_id, LPCIID, ULONG flags, UL
 HRESULT Session::CompareEntryIDs(ULONG cb1, LPENTRYID id1, ULONG cb2, LPENTRYID id2, ULONG,
                                  ULONG* result) {
     if (!result) return MAPI_E_INVALID_PARAMETER;
-    auto same = SameEntry(cb1, id1, cb2, id2);
+    auto same = SameAbEntry(cb1, id1, cb2, id2);
+    if (!same) same = SameEntry(cb1, id1, cb2, id2);
     if (!same) return MAPI_E_UNKNOWN_ENTRYID;
     *result = *same;
     return S_OK;

@@ -27,13 +27,13 @@ public:
     HRESULT GetMsgStoresTable(ULONG flags, LPMAPITABLE* table) override;
     HRESULT OpenMsgStore(ULONG_PTR, ULONG cb, LPENTRYID entry_id, LPCIID, ULONG flags,
                          LPMDB* store) override;
-    HRESULT OpenAddressBook(ULONG_PTR, LPCIID, ULONG, LPADRBOOK*) override {
-        return MAPI_E_NO_SUPPORT;
-    }
+    // The profile's address book (address_book.h); AB_NO_DIALOG or not, no dialog is shown.
+    HRESULT OpenAddressBook(ULONG_PTR, LPCIID, ULONG, LPADRBOOK* book) override;
     HRESULT OpenProfileSection(LPMAPIUID, LPCIID, ULONG, LPPROFSECT*) override {
         return MAPI_E_NO_SUPPORT;
     }
-    HRESULT GetStatusTable(ULONG, LPMAPITABLE*) override { return MAPI_E_NO_SUPPORT; }
+    // The profile's status rows (status_table.h).
+    HRESULT GetStatusTable(ULONG flags, LPMAPITABLE* table) override;
     HRESULT OpenEntry(ULONG cb, LPENTRYID entry_id, LPCIID iid, ULONG flags, ULONG* type,
                       LPUNKNOWN* out) override;
     HRESULT CompareEntryIDs(ULONG cb1, LPENTRYID id1, ULONG cb2, LPENTRYID id2, ULONG flags,

@@ -111,6 +111,10 @@ TEST(MessageCopyTest, StoreMessageCopiesIntoAFileAndBackUnchanged) {
     ASSERT_EQ(S_OK, inbox->CreateMessage(nullptr, 0, &original));
     SetText(original.Get(), PR_SUBJECT_A, "Round trip");
     SetText(original.Get(), PR_BODY_A, "Body text\r\nsecond line");
+    // Named ids of the store that a fresh file would give to other names.
+    NamedId(original.Get(), L"Taken", MAPI_CREATE);
+    const ULONG topic = PROP_TAG(PT_STRING8, NamedId(original.Get(), L"OV-Topic", MAPI_CREATE));
+    SetText(original.Get(), topic, "Budget");
     AddRecipient(original.Get(), "Bob", "bob@example.net");
     AddRecipient(original.Get(), "Cy", "cy@example.com");
     ASSERT_EQ(S_OK, original->SaveChanges(KEEP_OPEN_READWRITE));
@@ -128,6 +132,11 @@ TEST(MessageCopyTest, StoreMessageCopiesIntoAFileAndBackUnchanged) {
     EXPECT_EQ("Round trip", PropText(file.message.Get(), PR_SUBJECT_A));
     EXPECT_EQ((std::vector<std::string>{"Bob <bob@example.net>", "Cy <cy@example.com>"}),
               Recipients(file.message.Get()));
+    const ULONG file_topic = NamedId(file.message.Get(), L"OV-Topic", 0);
+    ASSERT_NE(0u, file_topic);
+    EXPECT_NE(PROP_ID(topic), file_topic);
+    EXPECT_EQ("Budget", PropText(file.message.Get(), PROP_TAG(PT_STRING8, file_topic)));
+    EXPECT_EQ(0u, NamedId(file.message.Get(), L"Taken", 0));
 
     ComPtr<IMessage> back;
     ASSERT_EQ(S_OK, inbox->CreateMessage(nullptr, 0, &back));
@@ -136,6 +145,7 @@ TEST(MessageCopyTest, StoreMessageCopiesIntoAFileAndBackUnchanged) {
     ASSERT_EQ(S_OK, back->SaveChanges(0));
     EXPECT_EQ("Round trip", PropText(back.Get(), PR_SUBJECT_A));
     EXPECT_EQ("Body text\r\nsecond line", PropText(back.Get(), PR_BODY_A));
+    EXPECT_EQ("Budget", PropText(back.Get(), topic));
     EXPECT_EQ((std::vector<std::string>{"Bob <bob@example.net>", "Cy <cy@example.com>"}),
               Recipients(back.Get()));
 }

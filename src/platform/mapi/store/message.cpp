@@ -169,7 +169,7 @@ HRESULT Message::CopyTo(ULONG, LPCIID, LPSPropTagArray exclude, ULONG_PTR, LPMAP
     if (!target) return MAPI_E_INVALID_PARAMETER;
     return Guarded(props_.last_error(), [&]() -> HRESULT {
         auto* destination = static_cast<IMessage*>(target);
-        HRESULT hr = props_.CopyValuesTo(nullptr, exclude, destination, problems);
+        HRESULT hr = props_.CopyValuesTo(nullptr, exclude, this, destination, problems);
         if (FAILED(hr)) return hr;
         LoadRecipients();
         if (recipients_->empty()) return hr;

@@ -6,6 +6,7 @@
 #include <string>
 
 #include "db/value_codec.h"
+#include "mapi_named_copy.h"
 #include "mapi_wide_text.h"
 #include "mapiutil.h"
 #include "mapix.h"
@@ -242,7 +243,8 @@ HRESULT ObjectProperties::SaveChanges(ULONG flags) {
 }
 
 HRESULT ObjectProperties::CopyValuesTo(LPSPropTagArray include, LPSPropTagArray exclude,
-                                       IMAPIProp* target, LPSPropProblemArray* problems) {
+                                       IMAPIProp* self, IMAPIProp* target,
+                                       LPSPropProblemArray* problems) {
     if (!target) return MAPI_E_INVALID_PARAMETER;
     std::vector<SPropValue> copy;
     for (const auto& [id, value] : values_) {
@@ -250,6 +252,8 @@ HRESULT ObjectProperties::CopyValuesTo(LPSPropTagArray include, LPSPropTagArray 
         if (include && !Contains(include, value->ulPropTag)) continue;
         copy.push_back(*value);
     }
+    // The target (another store, a .msg file) may know the same names under other ids.
+    if (HRESULT hr = MapNamedTags(self, target, copy); FAILED(hr)) return hr;
     return target->SetProps(static_cast<ULONG>(copy.size()), copy.data(), problems);
 }
 

@@ -54,9 +54,10 @@ public:
     HRESULT DeleteProps(LPSPropTagArray tags, LPSPropProblemArray* problems);
     HRESULT SaveChanges(ULONG flags);
     // Copies every saved or changed value, except `exclude` and the computed ones, to `target`
-    // with SetProps; `include` (when not null) limits the copy to its tags.
-    HRESULT CopyValuesTo(LPSPropTagArray include, LPSPropTagArray exclude, IMAPIProp* target,
-                         LPSPropProblemArray* problems);
+    // with SetProps; `include` (when not null) limits the copy to its tags. Named properties are
+    // carried by name: `self` (the object these are the properties of) names them.
+    HRESULT CopyValuesTo(LPSPropTagArray include, LPSPropTagArray exclude, IMAPIProp* self,
+                         IMAPIProp* target, LPSPropProblemArray* problems);
     // IStream over a string or binary value; with MAPI_MODIFY, writes become a change of the
     // value when the stream is committed.
     HRESULT OpenProperty(ULONG tag, LPCIID iid, ULONG flags, IUnknown* owner, LPUNKNOWN* out);

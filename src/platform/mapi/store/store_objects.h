@@ -43,7 +43,7 @@ HRESULT OpenStoreEntry(const std::shared_ptr<StoreDatabase>& store, ULONG cb,
     }                                                                                             \
     HRESULT CopyProps(LPSPropTagArray t, ULONG_PTR, LPMAPIPROGRESS, LPCIID, LPVOID d, ULONG,      \
                       LPSPropProblemArray* p) override {                                          \
-        return props.CopyValuesTo(t, nullptr, static_cast<IMAPIProp*>(d), p);                     \
+        return props.CopyValuesTo(t, nullptr, this, static_cast<IMAPIProp*>(d), p);                     \
     }                                                                                             \
     HRESULT GetNamesFromIDs(LPSPropTagArray* t, LPGUID g, ULONG f, ULONG* c, LPMAPINAMEID** n)    \
         override {                                                                                \
@@ -57,7 +57,7 @@ HRESULT OpenStoreEntry(const std::shared_ptr<StoreDatabase>& store, ULONG cb,
 #define ORVELLA_FORWARD_COPY_VALUES(props)                                                      \
     HRESULT CopyTo(ULONG, LPCIID, LPSPropTagArray exclude, ULONG_PTR, LPMAPIPROGRESS, LPCIID,   \
                    LPVOID target, ULONG, LPSPropProblemArray* problems) override {              \
-        return props.CopyValuesTo(nullptr, exclude, static_cast<IMAPIProp*>(target), problems); \
+        return props.CopyValuesTo(nullptr, exclude, this, static_cast<IMAPIProp*>(target), problems); \
     }
 
 class MsgStore final : public ComObject<IMsgStore>, private ObjectHooks {

@@ -8,7 +8,7 @@
 #include "mapitags.h"
 #include "mapix.h"
 #include "msg_streams.h"
-#include "named_copy.h"
+#include "mapi_named_copy.h"
 #include "property_stream.h"
 
 #ifndef PR_MESSAGE_RECIPIENTS
@@ -19,6 +19,7 @@ namespace orvella::platform::ole {
 namespace {
 
 using mapi::ComPtr;
+using mapi::MapNamedTags;
 using mapi::MapiBuffer;
 
 // Offsets in the top-level message's property-stream header.

@@ -1,11 +1,11 @@
 // Named-property ids translated through names between two objects.
-#include "named_copy.h"
+#include "mapi_named_copy.h"
 
 #include "mapi_ptr.h"
 #include "mapiprop.h"
 #include "mapix.h"
 
-namespace orvella::platform::ole {
+namespace orvella::platform::mapi {
 
 HRESULT MapNamedTags(IMAPIProp* source, IMAPIProp* target, std::vector<SPropValue>& values) {
     constexpr ULONG kFirstNamedId = 0x8000;
@@ -14,7 +14,7 @@ HRESULT MapNamedTags(IMAPIProp* source, IMAPIProp* target, std::vector<SPropValu
         if (PROP_ID(values[i].ulPropTag) >= kFirstNamedId) named.push_back(i);
     if (named.empty()) return S_OK;
 
-    mapi::MapiBuffer<SPropTagArray> tags;
+    MapiBuffer<SPropTagArray> tags;
     if (FAILED(
             MAPIAllocateBuffer(CbNewSPropTagArray(named.size()), reinterpret_cast<void**>(&tags))))
         return MAPI_E_NOT_ENOUGH_MEMORY;
@@ -22,7 +22,7 @@ HRESULT MapNamedTags(IMAPIProp* source, IMAPIProp* target, std::vector<SPropValu
     for (std::size_t n = 0; n < named.size(); ++n) tags->aulPropTag[n] = values[named[n]].ulPropTag;
     LPSPropTagArray asked = tags.Get();
     ULONG count = 0;
-    mapi::MapiBuffer<LPMAPINAMEID> names;
+    MapiBuffer<LPMAPINAMEID> names;
     HRESULT hr = source->GetNamesFromIDs(&asked, nullptr, 0, &count, &names);
     if (FAILED(hr)) return hr;
 
@@ -37,7 +37,7 @@ HRESULT MapNamedTags(IMAPIProp* source, IMAPIProp* target, std::vector<SPropValu
     std::vector<bool> keep(values.size(), true);
     for (std::size_t i : named) keep[i] = false;
     if (!known.empty()) {
-        mapi::MapiBuffer<SPropTagArray> ids;
+        MapiBuffer<SPropTagArray> ids;
         hr = target->GetIDsFromNames(static_cast<ULONG>(known.size()), known.data(), MAPI_CREATE,
                                      &ids);
         if (FAILED(hr)) return hr;
@@ -55,4 +55,4 @@ HRESULT MapNamedTags(IMAPIProp* source, IMAPIProp* target, std::vector<SPropValu
     return S_OK;
 }
 
-}  // namespace orvella::platform::ole
+}  // namespace orvella::platform::mapi

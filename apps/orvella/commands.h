@@ -24,6 +24,9 @@ void AddMailboxCommands(CLI::App& app);
 // orvella msg save|load
 void AddMsgCommands(CLI::App& app);
 
+// orvella import, deliver
+void AddImportCommands(CLI::App& app);
+
 // orvella directory add|list|remove
 void AddDirectoryCommands(CLI::App& app);
 

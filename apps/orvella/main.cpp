@@ -32,6 +32,7 @@ int main(int argc, char** argv) {
     orvella::cli::AddProfileCommands(app);
     orvella::cli::AddMailboxCommands(app);
     orvella::cli::AddMsgCommands(app);
+    orvella::cli::AddImportCommands(app);
     orvella::cli::AddDirectoryCommands(app);
 
     try {

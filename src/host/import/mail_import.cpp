@@ -1,6 +1,8 @@
 // The import run: plan the files, convert them on a worker thread, write them on this one.
 #include "mail_import.h"
 
+#include "store_objects.h"
+
 #include <algorithm>
 #include <condition_variable>
 #include <deque>
@@ -146,6 +148,9 @@ ImportReport ImportMail(IMsgStore* store, const std::vector<std::filesystem::pat
 
     ImportFolders folders(store);
     StoreWriter writer(store);
+    // Saves share commits: each message is still saved whole or not at all, and one import that
+    // dies loses at most the last few hundred, which importing again with --dedupe restores.
+    auto bulk = platform::mapi::store::BeginBulkWriting(store);
     Pipe pipe;
     std::thread reader([&] {
         try {
@@ -187,6 +192,7 @@ ImportReport ImportMail(IMsgStore* store, const std::vector<std::filesystem::pat
         throw;
     }
     reader.join();
+    if (bulk) bulk->Finish();
     if (std::exception_ptr failure = pipe.failure()) std::rethrow_exception(failure);
     return report;
 }

@@ -14,6 +14,7 @@
 #include "mapiutil.h"
 #include "mapix.h"
 #include "profile.h"
+#include "store_objects.h"
 #include "temp_home.h"
 
 namespace {
@@ -79,6 +80,44 @@ TEST_F(StoreTest, ConcurrentSavesAndDeletionsAreReported) {
     EXPECT_EQ(session_->OpenEntry(5, reinterpret_cast<LPENTRYID>(garbage), nullptr, 0, &type,
                                   gone.PutUnknown()),
               MAPI_E_INVALID_ENTRYID);
+}
+
+// An importer's saves share commits; each still applies whole or not at all, more saves than
+// one shared commit holds all arrive, and a failed save takes nothing else with it.
+TEST_F(StoreTest, BulkWritingSharesCommitsButKeepsEachSaveWhole) {
+    auto doomed = SaveMessage({Text(PR_SUBJECT_A, "doomed")});
+    auto stale = Open(doomed);
+    constexpr int kSaves = store::Database::kBulkWrites + 10;
+    {
+        auto bulk = store::BeginBulkWriting(store_.Get());
+        ASSERT_TRUE(bulk);
+        for (int i = 0; i < kSaves / 2; ++i) SaveMessage({Long(PR_IMPORTANCE, 1)});
+        SBinary bin = {static_cast<ULONG>(doomed.size()), doomed.data()};
+        ENTRYLIST list = {1, &bin};
+        ASSERT_EQ(inbox_->DeleteMessages(&list, 0, nullptr, 0), S_OK);
+        SPropValue importance = Long(PR_IMPORTANCE, 2);
+        ASSERT_EQ(stale->SetProps(1, &importance, nullptr), S_OK);
+        EXPECT_EQ(stale->SaveChanges(0), MAPI_E_OBJECT_DELETED);
+        for (int i = kSaves / 2; i < kSaves; ++i) SaveMessage({Long(PR_IMPORTANCE, 1)});
+        bulk->Finish();
+    }
+    stale.Reset();
+    inbox_.Reset();
+    store_.Reset();
+    session_.Reset();
+    Logon();
+    ComPtr<IMAPITable> table;
+    ASSERT_EQ(inbox_->GetContentsTable(0, &table), S_OK);
+    ULONG count = 0;
+    ASSERT_EQ(table->GetRowCount(0, &count), S_OK);
+    EXPECT_EQ(count, static_cast<ULONG>(kSaves));
+    SPropValue two = Long(PR_IMPORTANCE, 2);
+    SRestriction of_two = {};
+    of_two.rt = RES_PROPERTY;
+    of_two.res.resProperty = {RELOP_EQ, PR_IMPORTANCE, &two};
+    EXPECT_EQ(table->FindRow(&of_two, BOOKMARK_BEGINNING, 0), MAPI_E_NOT_FOUND);
+    EXPECT_TRUE(
+        store::StoreDatabase::Open(store::ProfileStores("Outlook")[0].file)->Check().empty());
 }
 
 TEST_F(StoreTest, RestrictedWalkFindsEveryMessageOfAThread) {

@@ -97,6 +97,12 @@ HRESULT MsgStore::GetReceiveFolder(LPTSTR, ULONG, ULONG* cb, LPENTRYID* entry_id
     });
 }
 
+std::unique_ptr<StoreDatabase::BulkWriting> BeginBulkWriting(IMsgStore* store) {
+    auto* ours = dynamic_cast<MsgStore*>(store);
+    if (!ours) return nullptr;
+    return std::make_unique<StoreDatabase::BulkWriting>(ours->database());
+}
+
 HRESULT OpenStoreEntry(const std::shared_ptr<StoreDatabase>& store, ULONG cb,
                        const ENTRYID* entry_id, ULONG flags, ULONG* type, LPUNKNOWN* out) {
     if (!out) return MAPI_E_INVALID_PARAMETER;

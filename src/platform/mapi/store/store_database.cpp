@@ -168,6 +168,27 @@ void StoreDatabase::LoadSchemaState() {
     tags.Reset();
 }
 
+StoreDatabase::BulkWriting::BulkWriting(std::shared_ptr<StoreDatabase> store)
+    : store_(std::move(store)) {
+    std::lock_guard lock(store_->mutex_);
+    store_->db_.BeginBulk();
+}
+
+void StoreDatabase::BulkWriting::Finish() {
+    std::lock_guard lock(store_->mutex_);
+    finished_ = true;
+    store_->db_.EndBulk();
+    store_->notifier_->Wake();
+}
+
+StoreDatabase::BulkWriting::~BulkWriting() {
+    if (finished_) return;
+    try {
+        Finish();
+    } catch (const StoreFailure&) {
+    }
+}
+
 // Brings a store written by an earlier version up to date, in one transaction.
 void StoreDatabase::UpgradeSchema(std::int64_t from) {
     Transaction transaction(db_);

@@ -141,6 +141,26 @@ public:
         return work(db_);
     }
 
+    // While alive, the process's writes to the store share commits (see Database::BeginBulk):
+    // for importers, whose thousands of saves would otherwise each pay for a commit. Other
+    // processes' writers wait for the shared commits, which come at least every
+    // Database::kBulkWrites saves.
+    class BulkWriting {
+    public:
+        explicit BulkWriting(std::shared_ptr<StoreDatabase> store);
+        // Commits what is pending; throws StoreFailure when that fails.
+        void Finish();
+        // Commits what is pending unless finished; a failure then loses the pending saves, as
+        // a crash would.
+        ~BulkWriting();
+        BulkWriting(const BulkWriting&) = delete;
+        BulkWriting& operator=(const BulkWriting&) = delete;
+
+    private:
+        std::shared_ptr<StoreDatabase> store_;
+        bool finished_ = false;
+    };
+
     // While alive, this thread's reads of the store see one snapshot and take the file's read
     // lock once (opening an object reads it with several statements). Other threads wait.
     class Snapshot {

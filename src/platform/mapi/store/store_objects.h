@@ -15,6 +15,10 @@ namespace orvella::platform::mapi::store {
 // Opens the object an entry id names in `store`, as OpenEntry on a store or folder does:
 // MAPI_E_INVALID_ENTRYID for bytes this provider didn't make or another store's id,
 // MAPI_E_NOT_FOUND for an object that is gone. A null entry id opens the root folder.
+// Bulk writing (StoreDatabase::BulkWriting) on the file behind `store` when it is one of this
+// provider's stores; null for any other.
+std::unique_ptr<StoreDatabase::BulkWriting> BeginBulkWriting(IMsgStore* store);
+
 HRESULT OpenStoreEntry(const std::shared_ptr<StoreDatabase>& store, ULONG cb,
                        const ENTRYID* entry_id, ULONG flags, ULONG* type, LPUNKNOWN* out);
 
@@ -43,7 +47,7 @@ HRESULT OpenStoreEntry(const std::shared_ptr<StoreDatabase>& store, ULONG cb,
     }                                                                                             \
     HRESULT CopyProps(LPSPropTagArray t, ULONG_PTR, LPMAPIPROGRESS, LPCIID, LPVOID d, ULONG,      \
                       LPSPropProblemArray* p) override {                                          \
-        return props.CopyValuesTo(t, nullptr, this, static_cast<IMAPIProp*>(d), p);                     \
+        return props.CopyValuesTo(t, nullptr, this, static_cast<IMAPIProp*>(d), p);               \
     }                                                                                             \
     HRESULT GetNamesFromIDs(LPSPropTagArray* t, LPGUID g, ULONG f, ULONG* c, LPMAPINAMEID** n)    \
         override {                                                                                \
@@ -54,10 +58,11 @@ HRESULT OpenStoreEntry(const std::shared_ptr<StoreDatabase>& store, ULONG cb,
     }
 
 // CopyTo for objects whose copy is their property values alone (the store, folders).
-#define ORVELLA_FORWARD_COPY_VALUES(props)                                                      \
-    HRESULT CopyTo(ULONG, LPCIID, LPSPropTagArray exclude, ULONG_PTR, LPMAPIPROGRESS, LPCIID,   \
-                   LPVOID target, ULONG, LPSPropProblemArray* problems) override {              \
-        return props.CopyValuesTo(nullptr, exclude, this, static_cast<IMAPIProp*>(target), problems); \
+#define ORVELLA_FORWARD_COPY_VALUES(props)                                                    \
+    HRESULT CopyTo(ULONG, LPCIID, LPSPropTagArray exclude, ULONG_PTR, LPMAPIPROGRESS, LPCIID, \
+                   LPVOID target, ULONG, LPSPropProblemArray* problems) override {            \
+        return props.CopyValuesTo(nullptr, exclude, this, static_cast<IMAPIProp*>(target),    \
+                                  problems);                                                  \
     }
 
 class MsgStore final : public ComObject<IMsgStore>, private ObjectHooks {
@@ -85,6 +90,8 @@ public:
     HRESULT SetLockState(LPMESSAGE, ULONG) override { return MAPI_E_NO_SUPPORT; }
     HRESULT FinishedMsg(ULONG, ULONG, LPENTRYID) override { return MAPI_E_NO_SUPPORT; }
     HRESULT NotifyNewMail(LPNOTIFICATION) override { return MAPI_E_NO_SUPPORT; }
+
+    const std::shared_ptr<StoreDatabase>& database() const { return props_.store_ptr(); }
 
 protected:
     bool Supports(REFIID riid) const override {

@@ -163,17 +163,50 @@ void Database::Fail(int rc, std::string_view what) const {
     throw StoreFailure(code, text);
 }
 
-Transaction::Transaction(Database& db) : db_(db) {
-    db_.Cached("BEGIN IMMEDIATE").Run();
+void Database::BeginBulk() {
+    ++bulk_depth_;
+}
+
+void Database::EndBulk() {
+    if (--bulk_depth_ > 0 || !bulk_open_) return;
+    bulk_open_ = false;
+    bulk_writes_ = 0;
+    Cached("COMMIT").Run();
+}
+
+void Database::BulkWritten() {
+    if (++bulk_writes_ < kBulkWrites) return;
+    bulk_open_ = false;
+    bulk_writes_ = 0;
+    Cached("COMMIT").Run();
+}
+
+Transaction::Transaction(Database& db) : db_(db), savepoint_(db.bulk_depth_ > 0) {
+    if (!savepoint_) {
+        db_.Cached("BEGIN IMMEDIATE").Run();
+        return;
+    }
+    if (!db_.bulk_open_) {
+        db_.Cached("BEGIN IMMEDIATE").Run();
+        db_.bulk_open_ = true;
+    }
+    db_.Cached("SAVEPOINT bulk_write").Run();
 }
 
 Transaction::~Transaction() {
-    if (open_) sqlite3_exec(db_.handle(), "ROLLBACK", nullptr, nullptr, nullptr);
+    if (!open_) return;
+    if (savepoint_) {
+        sqlite3_exec(db_.handle(), "ROLLBACK TO bulk_write; RELEASE bulk_write", nullptr, nullptr,
+                     nullptr);
+    } else {
+        sqlite3_exec(db_.handle(), "ROLLBACK", nullptr, nullptr, nullptr);
+    }
 }
 
 void Transaction::Commit() {
-    db_.Cached("COMMIT").Run();
+    db_.Cached(savepoint_ ? "RELEASE bulk_write" : "COMMIT").Run();
     open_ = false;
+    if (savepoint_) db_.BulkWritten();
 }
 
 ReadSnapshot::ReadSnapshot(Database& db)

@@ -93,7 +93,22 @@ public:
     // Raises a failure of this connection, naming the file.
     [[noreturn]] void Fail(int rc, std::string_view what) const;
 
+    // Bulk writing, for importers: between BeginBulk and the matching EndBulk (they nest), each
+    // Transaction is a savepoint inside one outer transaction, committed after kBulkWrites
+    // transactions and at the last EndBulk. Each transaction still applies whole or not at all;
+    // a crash loses the writes of the open outer transaction. Callers lock as for any use.
+    static constexpr int kBulkWrites = 256;
+    void BeginBulk();
+    void EndBulk();
+
 private:
+    friend class Transaction;
+    // Commits the outer transaction when enough writes have joined it.
+    void BulkWritten();
+
+    int bulk_depth_ = 0;
+    int bulk_writes_ = 0;  // in the open outer transaction
+    bool bulk_open_ = false;
     std::filesystem::path file_;
     sqlite3* db_ = nullptr;
     std::map<std::string, std::unique_ptr<Statement>> statements_;
@@ -112,6 +127,7 @@ public:
 private:
     Database& db_;
     bool open_ = true;
+    bool savepoint_ = false;  // inside a bulk write
 };
 
 // BEGIN ... COMMIT around a series of reads: one consistent view of the file, and the file's

@@ -7,6 +7,7 @@
 
 #include "db/value_codec.h"
 #include "mapi_named_copy.h"
+#include "mapi_prop_lists.h"
 #include "mapi_wide_text.h"
 #include "mapiutil.h"
 #include "mapix.h"
@@ -14,21 +15,6 @@
 
 namespace orvella::platform::mapi::store {
 namespace {
-
-// A problem array for `problems`, or nothing when there were none or the caller didn't ask.
-HRESULT ReportProblems(const std::vector<SPropProblem>& found, LPSPropProblemArray* out) {
-    if (!out) return S_OK;
-    *out = nullptr;
-    if (found.empty()) return S_OK;
-    void* buffer = nullptr;
-    if (FAILED(MAPIAllocateBuffer(CbNewSPropProblemArray(found.size()), &buffer)))
-        return MAPI_E_NOT_ENOUGH_MEMORY;
-    auto* problems = static_cast<LPSPropProblemArray>(buffer);
-    problems->cProblem = static_cast<ULONG>(found.size());
-    std::copy(found.begin(), found.end(), problems->aProblem);
-    *out = problems;
-    return S_OK;
-}
 
 MapiBuffer<SPropValue> OwnedCopy(const SPropValue& value) {
     MapiBuffer<SPropValue> copy;
@@ -43,15 +29,6 @@ void ErrorValue(ULONG tag, SCODE error, SPropValue& out) {
     out = {};
     out.ulPropTag = PROP_TAG(PT_ERROR, PROP_ID(tag));
     out.Value.err = error;
-}
-
-bool Contains(LPSPropTagArray tags, ULONG tag) {
-    if (!tags) return false;
-    for (ULONG i = 0; i < tags->cValues; ++i)
-        if (tags->aulPropTag[i] == tag || (PROP_TYPE(tags->aulPropTag[i]) == PT_UNSPECIFIED &&
-                                           PROP_ID(tags->aulPropTag[i]) == PROP_ID(tag)))
-            return true;
-    return false;
 }
 
 }  // namespace
@@ -248,8 +225,8 @@ HRESULT ObjectProperties::CopyValuesTo(LPSPropTagArray include, LPSPropTagArray 
     if (!target) return MAPI_E_INVALID_PARAMETER;
     std::vector<SPropValue> copy;
     for (const auto& [id, value] : values_) {
-        if (IsComputed(value->ulPropTag) || Contains(exclude, value->ulPropTag)) continue;
-        if (include && !Contains(include, value->ulPropTag)) continue;
+        if (IsComputed(value->ulPropTag) || TagListed(exclude, value->ulPropTag)) continue;
+        if (include && !TagListed(include, value->ulPropTag)) continue;
         copy.push_back(*value);
     }
     // The target (another store, a .msg file) may know the same names under other ids.

@@ -4,11 +4,12 @@
 #include <cstring>
 
 #include "db/value_codec.h"
+#include "mapi_named_copy.h"
+#include "mapi_prop_lists.h"
 #include "mapi_wide_text.h"
 #include "mapitags.h"
 #include "mapix.h"
 #include "msg_streams.h"
-#include "mapi_named_copy.h"
 #include "property_stream.h"
 
 #ifndef PR_MESSAGE_RECIPIENTS
@@ -19,8 +20,9 @@ namespace orvella::platform::ole {
 namespace {
 
 using mapi::ComPtr;
-using mapi::MapNamedTags;
 using mapi::MapiBuffer;
+using mapi::MapNamedTags;
+using mapi::TagListed;
 
 // Offsets in the top-level message's property-stream header.
 constexpr std::size_t kNextRecipientId = 8;

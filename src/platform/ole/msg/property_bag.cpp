@@ -5,32 +5,14 @@
 #include <new>
 
 #include "db/value_codec.h"
+#include "mapi_prop_lists.h"
 #include "mapiutil.h"
 #include "mapix.h"
 
 namespace orvella::platform::ole {
 
-HRESULT ReportProblems(const std::vector<SPropProblem>& found, LPSPropProblemArray* problems) {
-    if (!problems) return S_OK;
-    *problems = nullptr;
-    if (found.empty()) return S_OK;
-    void* buffer = nullptr;
-    if (FAILED(MAPIAllocateBuffer(CbNewSPropProblemArray(found.size()), &buffer)))
-        return MAPI_E_NOT_ENOUGH_MEMORY;
-    auto* array = static_cast<LPSPropProblemArray>(buffer);
-    array->cProblem = static_cast<ULONG>(found.size());
-    std::copy(found.begin(), found.end(), array->aProblem);
-    *problems = array;
-    return S_OK;
-}
-
-bool TagListed(LPSPropTagArray tags, ULONG tag) {
-    if (!tags) return false;
-    return std::any_of(tags->aulPropTag, tags->aulPropTag + tags->cValues, [&](ULONG listed) {
-        return listed == tag ||
-               (PROP_TYPE(listed) == PT_UNSPECIFIED && PROP_ID(listed) == PROP_ID(tag));
-    });
-}
+using mapi::ReportProblems;
+using mapi::TagListed;
 
 HRESULT PropertyBag::GetProps(LPSPropTagArray tags, ULONG* count, LPSPropValue* values) const {
     if (!count || !values) return MAPI_E_INVALID_PARAMETER;

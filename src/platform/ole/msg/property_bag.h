@@ -36,10 +36,4 @@ private:
     std::map<ULONG, mapi::MapiBuffer<SPropValue>> values_;
 };
 
-// A problem array for `problems` (nothing when there were none or the caller didn't ask).
-HRESULT ReportProblems(const std::vector<SPropProblem>& found, LPSPropProblemArray* problems);
-
-// Whether a tag is in an array; a tag of type PT_UNSPECIFIED there matches by id.
-bool TagListed(LPSPropTagArray tags, ULONG tag);
-
 }  // namespace orvella::platform::ole

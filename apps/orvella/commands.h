@@ -30,4 +30,13 @@ void AddImportCommands(CLI::App& app);
 // orvella directory add|list|remove
 void AddDirectoryCommands(CLI::App& app);
 
+// orvella outlook
+void AddOutlookCommands(CLI::App& app);
+
+// orvella init, session
+void AddSessionCommands(CLI::App& app);
+
+// orvella log [--lines N]
+void AddLogCommands(CLI::App& app);
+
 }  // namespace orvella::cli

@@ -1,11 +1,16 @@
 // The orvella program: runs the add-in on the embedded platform from the command line.
+#include <unistd.h>
+
 #include <cstdio>
 #include <cstdlib>
 #include <exception>
+#include <iostream>
+#include <optional>
 #include <string>
 
 #include "commands.h"
 #include "home.h"
+#include "terminal_front_end.h"
 
 #ifndef ORVELLA_VERSION
 #define ORVELLA_VERSION "0.0.0"
@@ -22,7 +27,22 @@ int main(int argc, char** argv) {
         ->envname("ORVELLA_HOME");
     std::string profile;
     app.add_option("--profile", profile, "Mail profile (default: $ORVELLA_PROFILE, else Outlook)");
+    bool yes = false;
+    bool no = false;
+    CLI::Option* yesFlag =
+        app.add_flag("--yes", yes, "Answer yes to the add-in's questions (OK, Retry) unasked");
+    app.add_flag("--no", no, "Answer no to the add-in's questions (Cancel, Abort) unasked")
+        ->excludes(yesFlag);
+    // The add-in's dialogs and message boxes show on the terminal for the whole run.
+    using orvella::host::terminal::PresetAnswer;
+    std::optional<orvella::host::terminal::TerminalFrontEnd> terminal;
+    std::optional<orvella::platform::gui::ScopedFrontEnd> terminalInstalled;
     app.parse_complete_callback([&] {
+        terminal.emplace(std::cin, std::cerr, isatty(STDIN_FILENO) != 0,
+                         yes  ? PresetAnswer::Yes
+                         : no ? PresetAnswer::No
+                              : PresetAnswer::None);
+        terminalInstalled.emplace(*terminal);
         if (!home.empty()) orvella::platform::SetHomeDirectory(home);
         // The profile travels as the environment MAPILogonEx reads, also to child processes.
         if (!profile.empty()) setenv("ORVELLA_PROFILE", profile.c_str(), 1);
@@ -34,6 +54,9 @@ int main(int argc, char** argv) {
     orvella::cli::AddMsgCommands(app);
     orvella::cli::AddImportCommands(app);
     orvella::cli::AddDirectoryCommands(app);
+    orvella::cli::AddOutlookCommands(app);
+    orvella::cli::AddSessionCommands(app);
+    orvella::cli::AddLogCommands(app);
 
     try {
         app.parse(argc, argv);

@@ -61,5 +61,32 @@ TEST_F(StoreEntryIdTest, DeletedObjectsEntryIdNeverNamesANewerOne) {
     }
 }
 
+TEST_F(StoreEntryIdTest, OpenEntryHandsOutOnlyTheInterfaceAskedFor) {
+    std::vector<BYTE> message = CreateObject(false, "a message");
+    std::vector<BYTE> folder = CreateObject(true, "a folder");
+    struct Open {
+        const char* what;
+        std::vector<BYTE>* eid;  // null: the root folder
+        const IID* iface;
+        HRESULT result;
+    } cases[] = {
+        {"message as IMessage", &message, &IID_IMessage, S_OK},
+        {"message as IMAPIProp", &message, &IID_IMAPIProp, S_OK},
+        {"message as any", &message, nullptr, S_OK},
+        {"message as IMAPIFolder", &message, &IID_IMAPIFolder, MAPI_E_INTERFACE_NOT_SUPPORTED},
+        {"folder as IMAPIFolder", &folder, &IID_IMAPIFolder, S_OK},
+        {"folder as IMessage", &folder, &IID_IMessage, MAPI_E_INTERFACE_NOT_SUPPORTED},
+        {"root as IMessage", nullptr, &IID_IMessage, MAPI_E_INTERFACE_NOT_SUPPORTED},
+    };
+    for (const Open& c : cases) {
+        ComPtr<IUnknown> opened;
+        ULONG type = 0;
+        const ULONG cb = c.eid ? static_cast<ULONG>(c.eid->size()) : 0;
+        LPENTRYID id = c.eid ? reinterpret_cast<LPENTRYID>(c.eid->data()) : nullptr;
+        EXPECT_EQ(store_->OpenEntry(cb, id, c.iface, 0, &type, &opened), c.result) << c.what;
+        EXPECT_EQ(static_cast<bool>(opened), c.result == S_OK) << c.what;
+    }
+}
+
 }  // namespace
 }  // namespace orvella::testing

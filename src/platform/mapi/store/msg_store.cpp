@@ -26,10 +26,10 @@ HRESULT MsgStore::CompareEntryIDs(ULONG cb1, LPENTRYID id1, ULONG cb2, LPENTRYID
     return S_OK;
 }
 
-HRESULT MsgStore::OpenEntry(ULONG cb, LPENTRYID entry_id, LPCIID, ULONG flags, ULONG* type,
+HRESULT MsgStore::OpenEntry(ULONG cb, LPENTRYID entry_id, LPCIID iface, ULONG flags, ULONG* type,
                             LPUNKNOWN* out) {
     return Guarded(props_.last_error(), [&] {
-        return OpenStoreEntry(props_.store_ptr(), cb, entry_id, flags, type, out);
+        return OpenStoreEntry(props_.store_ptr(), cb, entry_id, iface, flags, type, out);
     });
 }
 
@@ -103,8 +103,23 @@ std::unique_ptr<StoreDatabase::BulkWriting> BeginBulkWriting(IMsgStore* store) {
     return std::make_unique<StoreDatabase::BulkWriting>(ours->database());
 }
 
+namespace {
+
+// Hands out the opened object when it answers to the interface asked for (any, when none).
+template <class T>
+HRESULT ReturnEntry(const ComPtr<T>& object, LPCIID iface, LPUNKNOWN* out) {
+    if (iface) {
+        ComPtr<IUnknown> asked;
+        if (FAILED(object.As(*iface, asked))) return MAPI_E_INTERFACE_NOT_SUPPORTED;
+    }
+    return ReturnObject(object, out);
+}
+
+}  // namespace
+
 HRESULT OpenStoreEntry(const std::shared_ptr<StoreDatabase>& store, ULONG cb,
-                       const ENTRYID* entry_id, ULONG flags, ULONG* type, LPUNKNOWN* out) {
+                       const ENTRYID* entry_id, LPCIID iface, ULONG flags, ULONG* type,
+                       LPUNKNOWN* out) {
     if (!out) return MAPI_E_INVALID_PARAMETER;
     *out = nullptr;
     StoreDatabase::Snapshot snapshot(*store);  // the object and its properties in one read
@@ -119,7 +134,7 @@ HRESULT OpenStoreEntry(const std::shared_ptr<StoreDatabase>& store, ULONG cb,
             return MAPI_E_INVALID_ENTRYID;
         if (parts->kind == EntryKind::Store) {
             if (type) *type = MAPI_STORE;
-            return ReturnObject(MakeCom<MsgStore>(store, (flags & MAPI_MODIFY) != 0), out);
+            return ReturnEntry(MakeCom<MsgStore>(store, (flags & MAPI_MODIFY) != 0), iface, out);
         }
         id = parts->object;
     }
@@ -128,10 +143,10 @@ HRESULT OpenStoreEntry(const std::shared_ptr<StoreDatabase>& store, ULONG cb,
     const bool writable = (flags & (MAPI_MODIFY | MAPI_BEST_ACCESS)) != 0;
     if (info->kind == EntryKind::Folder) {
         if (type) *type = MAPI_FOLDER;
-        return ReturnObject(MakeCom<Folder>(store, *info, writable), out);
+        return ReturnEntry(MakeCom<Folder>(store, *info, writable), iface, out);
     }
     if (type) *type = MAPI_MESSAGE;
-    return ReturnObject(MakeCom<Message>(store, *info, writable), out);
+    return ReturnEntry(MakeCom<Message>(store, *info, writable), iface, out);
 }
 
 }  // namespace orvella::platform::mapi::store

@@ -88,7 +88,7 @@ HRESULT Session::GetStatusTable(ULONG flags, LPMAPITABLE* table) {
     return Guarded(last_error_, [&] { return OpenStatusTable(profile_, stores_, table); });
 }
 
-HRESULT Session::OpenEntry(ULONG cb, LPENTRYID entry_id, LPCIID, ULONG flags, ULONG* type,
+HRESULT Session::OpenEntry(ULONG cb, LPENTRYID entry_id, LPCIID iface, ULONG flags, ULONG* type,
                            LPUNKNOWN* out) {
     if (!out) return MAPI_E_INVALID_PARAMETER;
     *out = nullptr;
@@ -100,7 +100,7 @@ HRESULT Session::OpenEntry(ULONG cb, LPENTRYID entry_id, LPCIID, ULONG flags, UL
     return Guarded(last_error_, [&]() -> HRESULT {
         auto store = StoreFor(parts->store);
         if (!store) return MAPI_E_NOT_FOUND;
-        return OpenStoreEntry(store, cb, entry_id, flags, type, out);
+        return OpenStoreEntry(store, cb, entry_id, iface, flags, type, out);
     });
 }
 

@@ -14,13 +14,15 @@ namespace orvella::platform::mapi::store {
 
 // Opens the object an entry id names in `store`, as OpenEntry on a store or folder does:
 // MAPI_E_INVALID_ENTRYID for bytes this provider didn't make or another store's id,
-// MAPI_E_NOT_FOUND for an object that is gone. A null entry id opens the root folder.
+// MAPI_E_NOT_FOUND for an object that is gone, MAPI_E_INTERFACE_NOT_SUPPORTED when the object
+// does not answer to iface (null: any). A null entry id opens the root folder.
 // Bulk writing (StoreDatabase::BulkWriting) on the file behind `store` when it is one of this
 // provider's stores; null for any other.
 std::unique_ptr<StoreDatabase::BulkWriting> BeginBulkWriting(IMsgStore* store);
 
 HRESULT OpenStoreEntry(const std::shared_ptr<StoreDatabase>& store, ULONG cb,
-                       const ENTRYID* entry_id, ULONG flags, ULONG* type, LPUNKNOWN* out);
+                       const ENTRYID* entry_id, LPCIID iface, ULONG flags, ULONG* type,
+                       LPUNKNOWN* out);
 
 // The IMAPIProp methods every store object forwards to its ObjectProperties.
 #define ORVELLA_FORWARD_MAPIPROP(props)                                                           \
@@ -115,9 +117,9 @@ public:
 
     HRESULT GetContentsTable(ULONG flags, LPMAPITABLE* table) override;
     HRESULT GetHierarchyTable(ULONG flags, LPMAPITABLE* table) override;
-    HRESULT OpenEntry(ULONG cb, LPENTRYID entry_id, LPCIID, ULONG flags, ULONG* type,
+    HRESULT OpenEntry(ULONG cb, LPENTRYID entry_id, LPCIID iface, ULONG flags, ULONG* type,
                       LPUNKNOWN* out) override {
-        return OpenStoreEntry(props_.store_ptr(), cb, entry_id, flags, type, out);
+        return OpenStoreEntry(props_.store_ptr(), cb, entry_id, iface, flags, type, out);
     }
     HRESULT SetSearchCriteria(LPSRestriction, LPENTRYLIST, ULONG) override {
         return MAPI_E_NO_SUPPORT;

@@ -1,0 +1,63 @@
+// _Application of the simulated Outlook: the entry to its object model, and the host's side of
+// it (displayed items).
+#include "outlook_objects.h"
+
+namespace orvella::host::outlook {
+namespace {
+
+class Application final : public ComObject<HostApplication> {
+public:
+    explicit Application(SessionRef session) : session_(std::move(session)) {}
+
+    HRESULT GetNamespace(const std::string& type, _NameSpace** result) override {
+        if (!result) return E_POINTER;
+        *result = nullptr;
+        if (type != "MAPI") return E_INVALIDARG;
+        *result = WrapNamespace(session_);
+        return S_OK;
+    }
+
+    HRESULT CreateItem(Outlook::OlItemType type, IDispatch** item) override {
+        if (!item) return E_POINTER;
+        *item = nullptr;
+        if (type != Outlook::olMailItem) return E_NOTIMPL;
+        ComPtr<MAPIFolder> drafts;
+        ComPtr<_NameSpace> mapi;
+        mapi.Attach(WrapNamespace(session_));
+        HRESULT hr = mapi->GetDefaultFolder(Outlook::olFolderDrafts, &drafts);
+        if (FAILED(hr)) return hr;
+        ComPtr<IUnknown> folder;
+        hr = drafts->get_MAPIOBJECT(&folder);
+        if (FAILED(hr)) return hr;
+        return NewMailItem(session_, static_cast<IMAPIFolder*>(folder.Get()), "IPM.Note", item);
+    }
+
+    HRESULT get_Version(std::string* version) override {
+        if (!version) return E_POINTER;
+        *version = "11.0.0.0";
+        return S_OK;
+    }
+
+    void SetDisplayListener(std::function<void(const DisplayedItem&)> listener) override {
+        session_->SetDisplayListener(std::move(listener));
+    }
+    std::vector<DisplayedItem> DisplayedItems() const override {
+        return session_->DisplayedItems();
+    }
+
+protected:
+    bool Supports(REFIID riid) const override {
+        return AnyOf(riid, {&IID_IDispatch, &IID__Application, &IID_HostApplication});
+    }
+
+private:
+    SessionRef session_;
+};
+
+}  // namespace
+
+ComPtr<_Application> CreateOutlookApplication(const std::string& profile) {
+    return MakeCom<Application>(std::make_shared<OutlookSession>(profile));
+}
+
+}  // namespace orvella::host::outlook

@@ -13,8 +13,7 @@
 #include "installation.h"
 #include "mapi_names.h"
 #include "mapiutil.h"
-#include "outlook_application.h"
-#include "profile.h"
+#include "outlook_host.h"
 #include "prop_text.h"
 
 namespace orvella::cli {
@@ -125,33 +124,17 @@ void PrintSession(const nlohmann::json& s) {
 }
 
 void Session(bool json) {
-    const std::string profile = platform::mapi::store::DefaultProfileName();
-    if (!platform::mapi::store::ProfileExists(profile))
-        throw CommandError("there is no profile \"" + profile +
-                           "\"; `orvella init` installs Orvella and creates it");
-    platform::mapi::ComPtr<_Application> application;
-    try {
-        application = host::outlook::CreateOutlookApplication();
-    } catch (const std::exception& failure) {
-        throw CommandError(failure.what());
-    }
-    platform::mapi::ComPtr<_NameSpace> nameSpace;
-    if (FAILED(application->GetNamespace("MAPI", &nameSpace)))
-        throw CommandError("Outlook has no MAPI namespace");
-    diag::CExceptionReporter& reporter = diag::ExceptionReporter();
-    reporter.SetApplication(application.Get());
+    OutlookHost outlook;
     nlohmann::json description;
     try {
-        COutlookContext context(nameSpace.Get(), CLSID_Connect);
+        COutlookContext context(outlook.NameSpace(), CLSID_Connect);
         context.Initialize();
         description = Describe(context);
     } catch (const diag::BaseException& failure) {
         // As at Outlook's start: the failure is logged and shown, and the add-in stays inactive.
-        reporter.Report(failure);
-        reporter.SetApplication(nullptr);
+        diag::ExceptionReporter().Report(failure);
         throw CommandError(failure.GetMessage() ? failure.GetMessage() : "the session failed");
     }
-    reporter.SetApplication(nullptr);
     if (json) return PrintJson(description);
     PrintSession(description);
 }

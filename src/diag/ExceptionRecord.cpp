@@ -4,23 +4,10 @@
 #include <ctime>
 
 #include "TextFormat.h"
+#include "calendar_time.h"
 #include "winbase.h"
 
 namespace orvella::diag {
-namespace {
-
-bool IsLeapYear(int year) {
-    return (year % 4 == 0 && year % 100 != 0) || year % 400 == 0;
-}
-
-int DayOfYear(const SYSTEMTIME& time) {
-    static const int kDaysBeforeMonth[] = {0, 31, 59, 90, 120, 151, 181, 212, 243, 273, 304, 334};
-    const int month = time.wMonth >= 1 && time.wMonth <= 12 ? time.wMonth : 1;
-    const int leapDay = month > 2 && IsLeapYear(time.wYear) ? 1 : 0;
-    return kDaysBeforeMonth[month - 1] + leapDay + time.wDay - 1;
-}
-
-}  // namespace
 
 const char* LevelName(int level) {
     switch (level) {
@@ -50,16 +37,7 @@ std::string ExceptionHeader(const IException& exception) {
 std::string LocalTimeText() {
     SYSTEMTIME now = {};
     GetLocalTime(&now);
-    std::tm parts = {};
-    parts.tm_year = now.wYear - 1900;
-    parts.tm_mon = now.wMonth - 1;
-    parts.tm_mday = now.wDay;
-    parts.tm_hour = now.wHour;
-    parts.tm_min = now.wMinute;
-    parts.tm_sec = now.wSecond;
-    parts.tm_wday = now.wDayOfWeek;
-    parts.tm_yday = DayOfYear(now);
-    parts.tm_isdst = -1;
+    const std::tm parts = CalendarTimeParts(now);
     char text[256];
     const size_t length = std::strftime(text, sizeof text, "%c", &parts);
     return std::string(text, length);

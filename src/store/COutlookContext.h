@@ -103,6 +103,15 @@ public:
     ComPtr<IMAPIFolder> GetOrCreateFolder(IMAPIFolder* parent, const std::string& name);
     ComPtr<MAPIFolder> CreateFolder(MAPIFolder* parent, const std::string& name);
 
+    // ---- Thread records (COutlookContext_threads*.cpp)
+    // [threads: public members]
+
+    // ---- Contacts and contact priority (COutlookContext_contacts*.cpp)
+    // [contacts: public members]
+
+    // ---- The user's identity (COutlookContext_identity.cpp)
+    // [identity: public members]
+
     // ---- What the session found
     const std::string& OutlookVersion() const { return outlookVersion_; }
     const std::string& InstallDirectory() const { return installDirectory_; }
@@ -180,6 +189,10 @@ private:
     ItemsPropTagTable itemsTags_{};
     ItemsPropTagTable appItemsTags_{};
     ContactPropTagTable contactTags_{};
+
+    // [threads: private members]
+    // [contacts: private members]
+    // [identity: private members]
 
     IMAPIAdvise* adviseCallback_ = nullptr;
     ULONG_PTR mailConnection_ = 0;

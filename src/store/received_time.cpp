@@ -4,6 +4,7 @@
 #include <cstdio>
 #include <ctime>
 
+#include "calendar_time.h"
 #include "store_schema.h"
 #include "winbase.h"
 
@@ -24,14 +25,7 @@ LocalReceived ToLocal(FILETIME received) {
     SYSTEMTIME st;
     if (FileTimeToLocalFileTime(&received, &localFileTime) &&
         FileTimeToSystemTime(&localFileTime, &st)) {
-        std::tm fields = {};
-        fields.tm_year = st.wYear - 1900;
-        fields.tm_mon = st.wMonth - 1;
-        fields.tm_mday = st.wDay;
-        fields.tm_hour = st.wHour;
-        fields.tm_min = st.wMinute;
-        fields.tm_sec = st.wSecond;
-        fields.tm_isdst = -1;
+        std::tm fields = CalendarTimeParts(st);
         time_t t = std::mktime(&fields);
         if (t != static_cast<time_t>(-1)) result.t = t;
     }

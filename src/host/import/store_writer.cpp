@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "import_folders.h"
+#include "mapi_values.h"
 #include "mapitags.h"
 #include "mapiutil.h"
 
@@ -14,58 +15,41 @@ namespace {
 using platform::mapi::ComPtr;
 using platform::mapi::MapiBuffer;
 
-SPropValue Text(ULONG tag, const std::string& text) {
-    SPropValue value = {};
-    value.ulPropTag = tag;
-    value.Value.lpszA = const_cast<char*>(text.c_str());
-    return value;
-}
-
-SPropValue Long(ULONG tag, LONG number) {
-    SPropValue value = {};
-    value.ulPropTag = tag;
-    value.Value.l = number;
-    return value;
-}
-
-SPropValue Time(ULONG tag, const FILETIME& time) {
-    SPropValue value = {};
-    value.ulPropTag = tag;
-    value.Value.ft = time;
-    return value;
-}
+using platform::mapi::LongValue;
+using platform::mapi::TextValue;
+using platform::mapi::TimeValue;
 
 const std::string kSmtp = "SMTP";
 
 std::vector<SPropValue> MessageValues(const ImportedMail& mail, ULONG source_tag) {
     std::vector<SPropValue> values = {
-        Text(PR_MESSAGE_CLASS_A, mail.message_class),
-        Text(PR_SUBJECT_A, mail.subject),
-        Text(PR_DISPLAY_TO_A, mail.display_to),
-        Text(PR_DISPLAY_CC_A, mail.display_cc),
-        Text(PR_DISPLAY_BCC_A, mail.display_bcc),
-        Time(PR_MESSAGE_DELIVERY_TIME, mail.delivery_time),
+        TextValue(PR_MESSAGE_CLASS_A, mail.message_class),
+        TextValue(PR_SUBJECT_A, mail.subject),
+        TextValue(PR_DISPLAY_TO_A, mail.display_to),
+        TextValue(PR_DISPLAY_CC_A, mail.display_cc),
+        TextValue(PR_DISPLAY_BCC_A, mail.display_bcc),
+        TimeValue(PR_MESSAGE_DELIVERY_TIME, mail.delivery_time),
         // The message came into being in this mailbox when it was delivered.
-        Time(PR_CREATION_TIME, mail.delivery_time),
-        Long(PR_IMPORTANCE, mail.importance),
-        Text(PR_BODY_A, mail.body),
-        Text(PR_TRANSPORT_MESSAGE_HEADERS_A, mail.headers),
-        Long(PR_MESSAGE_FLAGS, static_cast<LONG>(mail.read ? MSGFLAG_READ : 0)),
+        TimeValue(PR_CREATION_TIME, mail.delivery_time),
+        LongValue(PR_IMPORTANCE, mail.importance),
+        TextValue(PR_BODY_A, mail.body),
+        TextValue(PR_TRANSPORT_MESSAGE_HEADERS_A, mail.headers),
+        LongValue(PR_MESSAGE_FLAGS, static_cast<LONG>(mail.read ? MSGFLAG_READ : 0)),
     };
     if (mail.sender) {
-        values.push_back(Text(PR_SENDER_NAME_A, mail.sender->name));
-        values.push_back(Text(PR_SENDER_EMAIL_ADDRESS_A, mail.sender->address));
-        values.push_back(Text(PR_SENDER_ADDRTYPE_A, kSmtp));
-        values.push_back(Text(PR_SENT_REPRESENTING_NAME_A, mail.sender->name));
-        values.push_back(Text(PR_SENT_REPRESENTING_EMAIL_ADDRESS_A, mail.sender->address));
-        values.push_back(Text(PR_SENT_REPRESENTING_ADDRTYPE_A, kSmtp));
+        values.push_back(TextValue(PR_SENDER_NAME_A, mail.sender->name));
+        values.push_back(TextValue(PR_SENDER_EMAIL_ADDRESS_A, mail.sender->address));
+        values.push_back(TextValue(PR_SENDER_ADDRTYPE_A, kSmtp));
+        values.push_back(TextValue(PR_SENT_REPRESENTING_NAME_A, mail.sender->name));
+        values.push_back(TextValue(PR_SENT_REPRESENTING_EMAIL_ADDRESS_A, mail.sender->address));
+        values.push_back(TextValue(PR_SENT_REPRESENTING_ADDRTYPE_A, kSmtp));
     }
-    if (mail.submit_time) values.push_back(Time(PR_CLIENT_SUBMIT_TIME, *mail.submit_time));
+    if (mail.submit_time) values.push_back(TimeValue(PR_CLIENT_SUBMIT_TIME, *mail.submit_time));
     if (!mail.received_by.empty()) {
-        values.push_back(Text(PR_RECEIVED_BY_EMAIL_ADDRESS_A, mail.received_by));
+        values.push_back(TextValue(PR_RECEIVED_BY_EMAIL_ADDRESS_A, mail.received_by));
     }
     if (!mail.message_id.empty()) {
-        values.push_back(Text(PR_INTERNET_MESSAGE_ID_A, mail.message_id));
+        values.push_back(TextValue(PR_INTERNET_MESSAGE_ID_A, mail.message_id));
     }
     SPropValue source = {};
     source.ulPropTag = source_tag;
@@ -88,12 +72,12 @@ void AddRecipients(IMessage* message, const ImportedMail& mail) {
     list->cEntries = 0;
     for (const MailRecipient& recipient : mail.recipients) {
         const size_t first = values.size();
-        values.push_back(Long(PR_RECIPIENT_TYPE, recipient.type));
-        values.push_back(Text(PR_DISPLAY_NAME_A, recipient.who.name));
+        values.push_back(LongValue(PR_RECIPIENT_TYPE, recipient.type));
+        values.push_back(TextValue(PR_DISPLAY_NAME_A, recipient.who.name));
         if (!recipient.who.address.empty()) {
-            values.push_back(Text(PR_EMAIL_ADDRESS_A, recipient.who.address));
-            values.push_back(Text(PR_ADDRTYPE_A, kSmtp));
-            values.push_back(Text(PR_SMTP_ADDRESS_A, recipient.who.address));
+            values.push_back(TextValue(PR_EMAIL_ADDRESS_A, recipient.who.address));
+            values.push_back(TextValue(PR_ADDRTYPE_A, kSmtp));
+            values.push_back(TextValue(PR_SMTP_ADDRESS_A, recipient.who.address));
         }
         ADRENTRY& entry = list->aEntries[list->cEntries++];
         entry.ulReserved1 = 0;
@@ -130,7 +114,7 @@ void StoreWriter::Save(IMAPIFolder* folder, const ImportedMail& mail) {
 bool StoreWriter::HoldsMessageId(IMAPIFolder* folder, const std::string& message_id) {
     ComPtr<IMAPITable>& table = contents_[folder];
     if (!table) CheckStore(folder->GetContentsTable(0, &table), "reading a folder");
-    SPropValue value = Text(PR_INTERNET_MESSAGE_ID_A, message_id);
+    SPropValue value = TextValue(PR_INTERNET_MESSAGE_ID_A, message_id);
     SRestriction same = {};
     same.rt = RES_PROPERTY;
     same.res.resProperty = {RELOP_EQ, PR_INTERNET_MESSAGE_ID_A, &value};

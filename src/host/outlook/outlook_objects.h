@@ -11,6 +11,7 @@
 
 #include "com_object.h"
 #include "mapi_ptr.h"
+#include "mapi_values.h"
 #include "mapix.h"
 #include "msoutl.h"
 #include "outlook_application.h"
@@ -83,9 +84,8 @@ HRESULT ReadText(IMAPIProp* object, ULONG tag, std::string& text);
 HRESULT ReadTextOrEmpty(IMAPIProp* object, ULONG tag, std::string& text);
 HRESULT ReadBinary(IMAPIProp* object, ULONG tag, std::vector<BYTE>& bytes);
 HRESULT ReadBinaryHex(IMAPIProp* object, ULONG tag, std::string& hex);
-// Values that point at the caller's data, for SetProps and ModifyRecipients.
-SPropValue TextValue(ULONG tag, const std::string& text);
-SPropValue LongValue(ULONG tag, LONG number);
+using platform::mapi::LongValue;
+using platform::mapi::TextValue;
 // Sets a string property without saving.
 HRESULT WriteText(IMAPIProp* object, ULONG tag, const std::string& text);
 // Opens an entry through `opener` (a store or folder) for writing: S_OK only when it is an

@@ -154,20 +154,6 @@ HRESULT ReadBinaryHex(IMAPIProp* object, ULONG tag, std::string& hex) {
     return hr;
 }
 
-SPropValue TextValue(ULONG tag, const std::string& text) {
-    SPropValue value = {};
-    value.ulPropTag = tag;
-    value.Value.lpszA = const_cast<char*>(text.c_str());
-    return value;
-}
-
-SPropValue LongValue(ULONG tag, LONG number) {
-    SPropValue value = {};
-    value.ulPropTag = tag;
-    value.Value.l = number;
-    return value;
-}
-
 HRESULT WriteText(IMAPIProp* object, ULONG tag, const std::string& text) {
     SPropValue value = TextValue(tag, text);
     return HrSetOneProp(object, &value);

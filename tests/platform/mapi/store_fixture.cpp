@@ -1,6 +1,8 @@
 // The shared store test fixture: a fresh profile with one personal store, logged on.
 #include "store_fixture.h"
 
+#include "mapi_values.h"
+
 #include <cstring>
 #include <span>
 #include <string>
@@ -13,17 +15,11 @@ using platform::mapi::RowSetPtr;
 namespace store = platform::mapi::store;
 
 SPropValue Text(ULONG tag, const char* text) {
-    SPropValue v = {};
-    v.ulPropTag = tag;
-    v.Value.lpszA = const_cast<char*>(text);
-    return v;
+    return platform::mapi::TextValue(tag, text);
 }
 
 SPropValue Long(ULONG tag, LONG value) {
-    SPropValue v = {};
-    v.ulPropTag = tag;
-    v.Value.l = value;
-    return v;
+    return platform::mapi::LongValue(tag, value);
 }
 
 EntryId EntryIdOf(IMAPIProp* object) {

@@ -39,4 +39,13 @@ void AddSessionCommands(CLI::App& app);
 // orvella log [--lines N]
 void AddLogCommands(CLI::App& app);
 
+// orvella thread-name, threads
+void AddThreadCommands(CLI::App& app);
+
+// orvella account add|list, identity
+void AddIdentityCommands(CLI::App& app);
+
+// orvella contact add|set|list|find|search
+void AddContactCommands(CLI::App& app);
+
 }  // namespace orvella::cli

@@ -56,7 +56,10 @@ int main(int argc, char** argv) {
     orvella::cli::AddDirectoryCommands(app);
     orvella::cli::AddOutlookCommands(app);
     orvella::cli::AddSessionCommands(app);
+    orvella::cli::AddIdentityCommands(app);
     orvella::cli::AddLogCommands(app);
+    orvella::cli::AddContactCommands(app);
+    orvella::cli::AddThreadCommands(app);
 
     try {
         app.parse(argc, argv);

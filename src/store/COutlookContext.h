@@ -8,15 +8,19 @@
 // One object per Outlook session; its members run on the threads the add-in serialises.
 #pragma once
 
+#include <map>
+#include <optional>
 #include <string>
 #include <vector>
 
+#include "CMsgThread.h"
 #include "entry_id.h"
 #include "mapi_advise.h"
 #include "mapi_ptr.h"
 #include "mapix.h"
 #include "msoutl.h"
 #include "store_schema.h"
+#include "thread_name.h"
 #include "winreg.h"
 
 using orvella::platform::mapi::ComPtr;
@@ -105,12 +109,135 @@ public:
 
     // ---- Thread records (COutlookContext_threads*.cpp)
     // [threads: public members]
+    // The thread name of a subject (null: absent): leading Re/Fw/Fwd prefixes removed, trimmed.
+    std::string GetThreadNameFromSubject(const char* subject);
+    // Registers thread (taking a reference) under its name, or under a blank-thread key of its
+    // own when the name is empty; replaces what was under the same key or id.
+    void AddThread(CMsgThread* thread);
+    // 0 and the thread when name is registered; 1 when it is empty or unknown.
+    int FindThreadByName(const std::string& name, MsgThreadPtr& thread);
+    MsgThreadPtr FindThreadById(LONG id);
+    // The live threads in id order.
+    std::vector<MsgThreadPtr> GetThreads() const;
+    // Writes a new thread record (now as its last activity) and registers the thread; the
+    // thread's counters start at 0 whatever the record says. topic null or "": none.
+    void CreateMsgThread(MsgThreadPtr& thread, LONG id, const char* name, LONG priority,
+                         const char* topic, bool originator, LONG replyCounter,
+                         LONG messagesReceived, LONG totalScore);
+    // A thread with the next free id.
+    void CreateNewThread(const char* name, LONG priority, const char* topic, bool originator,
+                         MsgThreadPtr& thread);
+    // Re-creates the record of the thread message refers to (its "OV-ThreadID", read with
+    // tags); null, logged, when the message carries no thread id.
+    MsgThreadPtr RestoreThread(IMessage* message, const ItemsPropTagTable& tags);
+    // The thread message refers to, restored when its record is gone; null without a thread id.
+    MsgThreadPtr GetThreadByMessage(IMessage* message, const ItemsPropTagTable& tags);
+    // The thread of an incoming message: by the subject's thread name, else by the message's
+    // thread id, else a new thread.
+    void GetOrCreateThread(const char* subject, IMessage* message, MsgThreadPtr& thread);
+    // Adds a received message's score and stamps the record's activity.
+    void UpdateThreadScore(CMsgThread* thread, LONG score);
+    // delta: the change the new priority makes to each message's score.
+    void SetThreadPriority(CMsgThread* thread, LONG priority, LONG delta);
+    void UpdateThreadLastAccessed(CMsgThread* thread);
+    void IncrementThreadReplyCounter(CMsgThread* thread);
+    // The thread id given to a message in its compose window; failures are logged, and read
+    // as 0 like an absent value.
+    void SetItemSenderThreadID(IMessage* message, LONG id);
+    LONG GetItemSenderThreadID(IMessage* message);
+    // Ties a message in Sent Items to its thread (and topic, when not empty).
+    void UpdateSentItem(IMessage* message, LONG threadId, const std::string& topic);
+    // Thread id -> number of Inbox messages carrying it.
+    void LoadThreadIDsFromInbox(std::map<LONG, ULONG>& counts);
+    // Deletes the records of the expired threads no Inbox message refers to, in one
+    // DeleteMessages (failure: MAPIException at level 1); registers the others. Empties list.
+    void ProcessExpiredThreads(std::vector<MsgThreadPtr>& expired);
+    // Idle for more than 30 days; a zero time never expires.
+    static bool IsThreadExpired(FILETIME lastActivity);
 
     // ---- Contacts and contact priority (COutlookContext_contacts*.cpp)
     // [contacts: public members]
+    // The contacts folder first, then every folder below it, depth first; read at construction.
+    const std::vector<EntryId>& ContactFolderEIDs() const { return contactFolderEIDs_; }
+    void AddChildFolderEIDsToArray(IMAPIFolder* folder);
+    // 0 when the folder holds the setup marker, 1 when not (or when looking for it failed,
+    // which is logged).
+    int IsFolderMarked(IMAPIFolder* folder);
+    void MarkAppContactFolder(IMAPIFolder* folder);
+    // 0 when the Inbox holds the setup marker, 1 when not.
+    int IsSynchronizedSinceInstall();
+    // For the add-in's contacts folder: the failure of saving a test record in it, E_FAIL when
+    // there is no such folder, else IsFolderMarked of it.
+    HRESULT IsContactFolderAvailableOffline();
+
+    // A ContactPriorityLevel as stored ("OV-ContactPriority"); 0 when absent.
+    LONG GetContactPriority(IMAPIProp* contact);
+    // The user's choice: the priority, marked as not to be replaced by the contact analysis.
+    void SetContactPriority(IMAPIProp* contact, LONG priority);
+    // The contact analysis: priority, and the score unless it is negative (then the priority
+    // only); the do-not-overwrite mark only when asked.
+    void SetContactPriority(IMAPIProp* contact, LONG priority, LONG score, bool doNotOverwrite);
+    void SetContactPriority(const EntryId& contactId, LONG priority, LONG score,
+                            bool doNotOverwrite);
+    // True when the contact analysis may replace the contact's priority.
+    bool GetMessageOverwriteFlag(IMAPIProp* contact);
+    bool GetMessageOverwriteFlag(const EntryId& contactId);
+    void DeleteItemsFromFolder(const EntryId& folderId, const std::vector<EntryId>& entryIds);
+
+    // The permanent entry id of the first contact in folder with the address as an e-mail
+    // address or original display name; empty when none.
+    EntryId GetContactEIDByEmail(IMAPIFolder* folder, const std::string& address);
+    // The same over the contact folder list, first folder first.
+    EntryId FindContactEIDByEmail(const std::string& address);
+    // S_OK with the contact opened read-write; E_FAIL when no contact has the address.
+    HRESULT GetContactRecordByEmail(ComPtr<IMessage>& contact, const std::string& address);
+    EntryId GetPermanentEID(const EntryId& entryId);
+    // The Outlook contact item of the message's sender; null when the sender has none.
+    ComPtr<IDispatch> GetContactEIDFromMessage(IMessage* message);
+    // E-mail 1, 2 and 3 addresses; a missing one is "".
+    std::vector<std::string> GetContactEmails(const EntryId& contactId);
+    // Counts a message the user sends on each recipient's contact.
+    void IncrementContactReplyCounter(IMessage* message);
+
+    // Contacts whose display name contains any token of name (the part before an "@"),
+    // without regard to case; appends their permanent entry ids and display names.
+    void FuzzySearchContactsByName(IMAPIFolder* folder, const std::string& name,
+                                   std::vector<EntryId>& entryIds,
+                                   std::vector<std::string>& displayNames);
+    void FuzzySearchAllContactFolders(const std::string& name, std::vector<EntryId>& entryIds,
+                                      std::vector<std::string>& displayNames);
+
+    // 0 when the directory knows the address, 1 when not, E_FAIL without a directory.
+    HRESULT ResolveEmailAddressFromAB(const std::string& address);
+    // The person's SMTP addresses in the directory (and the native one when asked by an SMTP
+    // address); empty without a directory.
+    std::vector<std::string> GetEmailAliases(const std::string& address);
+    bool HasDirectory() const { return static_cast<bool>(directory_); }
 
     // ---- The user's identity (COutlookContext_identity.cpp)
     // [identity: public members]
+    // The user's own addresses: Outlook's accounts (by version) and the Exchange user's native
+    // address, lower case, duplicates kept.
+    std::vector<std::string> GetUserEmailAddresses();
+    std::vector<std::string> GetAccountManagerAddresses();
+    std::vector<std::string> GetProfileAddresses();
+    // Empty outside Exchange mode.
+    std::string GetDefaultExchangeUserAddress();
+    // The lists the user keeps in the registry ("RecipientAddresses", "FriendlyDomains").
+    std::vector<std::string> GetUserSpecifiedEmailAddresses();
+    std::vector<std::string> GetFriendDomains();
+    // Writes the list (lower case, blank-separated) and reloads it.
+    void SaveUserSpecifiedEmailAddresses(const std::vector<std::string>& addresses);
+    void SaveFriendDomains(const std::vector<std::string>& domains);
+    bool IsUserAddress(const std::string& address) const;
+    bool IsFriendDomain(const std::string& address) const;
+    const std::vector<std::string>& UserAddresses() const { return userAddresses_; }
+    const std::vector<std::string>& UserSpecifiedAddresses() const {
+        return userSpecifiedAddresses_;
+    }
+    const std::vector<std::string>& FriendDomains() const { return friendDomains_; }
+    // The product's own domain, which is always friendly.
+    const std::string& VendorDomain() const { return vendorDomain_; }
 
     // ---- What the session found
     const std::string& OutlookVersion() const { return outlookVersion_; }
@@ -191,8 +318,27 @@ private:
     ContactPropTagTable contactTags_{};
 
     // [threads: private members]
+    void KeepOrExpireLoadedThread(const MsgThreadPtr& thread, FILETIME lastActivity,
+                                  std::vector<MsgThreadPtr>& expired);
+    MsgThreadPtr ThreadOfId(IMessage* message, const ItemsPropTagTable& tags, LONG id);
+    std::optional<CThreadNamePattern> threadPattern_;
+    std::map<std::string, MsgThreadPtr> threadsByName_;  // exact bytes
+    std::map<LONG, MsgThreadPtr> threadsById_;
+    LONG highestThreadId_ = 0;
+    int blankThreadCount_ = 0;
     // [contacts: private members]
+    std::vector<EntryId> contactFolderEIDs_;
+    ComPtr<IABContainer> directory_;  // the directory of an Exchange-like profile, if any
+    // An item of the mail store (MAPI_MODIFY or 0); failure raises MAPIException with failure.
+    ComPtr<IMessage> OpenMailItem(const EntryId& entryId, ULONG flags, const char* failure);
     // [identity: private members]
+    std::vector<std::string> ReadAddressList(const char* value, const char* operation);
+    void SaveAddressList(const char* value, const std::vector<std::string>& entries,
+                         const char* operation, const char* writeFailure);
+    std::vector<std::string> userAddresses_;
+    std::vector<std::string> userSpecifiedAddresses_;
+    std::vector<std::string> friendDomains_;
+    std::string vendorDomain_;
 
     IMAPIAdvise* adviseCallback_ = nullptr;
     ULONG_PTR mailConnection_ = 0;

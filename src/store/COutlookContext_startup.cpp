@@ -26,13 +26,6 @@ void COutlookContext::Initialize() {
 // directory, the user's identity, thread records, statistics, the form and the views. Each is
 // called where start-up needs it, so that filling one in changes nothing around it.
 
-void COutlookContext::LoadContactFolders() {}
-void COutlookContext::InitAddressBook() {}
-void COutlookContext::LoadIdentity() {}
-void COutlookContext::CompileThreadPattern() {}
-void COutlookContext::InitContactFolder() {}
 void COutlookContext::InstallFormAndViews() {}
-void COutlookContext::MarkSetupFolders() {}
-void COutlookContext::LoadThreads() {}
 void COutlookContext::LoadStatistics() {}
 void COutlookContext::SaveStatistics() {}

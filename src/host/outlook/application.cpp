@@ -20,16 +20,20 @@ public:
     HRESULT CreateItem(Outlook::OlItemType type, IDispatch** item) override {
         if (!item) return E_POINTER;
         *item = nullptr;
-        if (type != Outlook::olMailItem) return E_NOTIMPL;
-        ComPtr<MAPIFolder> drafts;
+        if (type != Outlook::olMailItem && type != Outlook::olContactItem) return E_NOTIMPL;
+        const bool contact = type == Outlook::olContactItem;
+        ComPtr<MAPIFolder> home;
         ComPtr<_NameSpace> mapi;
         mapi.Attach(WrapNamespace(session_));
-        HRESULT hr = mapi->GetDefaultFolder(Outlook::olFolderDrafts, &drafts);
+        HRESULT hr = mapi->GetDefaultFolder(
+            contact ? Outlook::olFolderContacts : Outlook::olFolderDrafts, &home);
         if (FAILED(hr)) return hr;
         ComPtr<IUnknown> folder;
-        hr = drafts->get_MAPIOBJECT(&folder);
+        hr = home->get_MAPIOBJECT(&folder);
         if (FAILED(hr)) return hr;
-        return NewMailItem(session_, static_cast<IMAPIFolder*>(folder.Get()), "IPM.Note", item);
+        auto* mapiFolder = static_cast<IMAPIFolder*>(folder.Get());
+        return contact ? NewContactItem(session_, mapiFolder, "IPM.Contact", item)
+                       : NewMailItem(session_, mapiFolder, "IPM.Note", item);
     }
 
     HRESULT get_Version(std::string* version) override {

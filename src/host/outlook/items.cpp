@@ -1,5 +1,6 @@
 // _Items of the simulated Outlook and the item objects it hands out for stored messages: mail
-// items, meeting and task-request items, and a bare item for classes the host does not model.
+// and contact items, meeting and task-request items, and a bare item for classes the host does not
+// model.
 #include "item_types.h"
 #include "mapiutil.h"
 #include "outlook_objects.h"
@@ -78,6 +79,11 @@ IDispatch* WrapItem(const SessionRef& session, ComPtr<IMessage> message) {
     // A message without a class is a note, as MAPI's default class says.
     if (message_class.empty() || IsClassOrSubclass(message_class, "IPM.Note"))
         return WrapMailItem(session, std::move(message));
+    if (IsClassOrSubclass(message_class, "IPM.Contact")) {
+        IDispatch* contact = nullptr;
+        // A store that cannot name the contact properties shows a bare item.
+        if (SUCCEEDED(WrapContactItem(session, message, &contact))) return contact;
+    }
     for (const RequestClass& meeting : kMeetingClasses) {
         if (IsClassOrSubclass(message_class, meeting.message_class))
             return Wrap<_MeetingItem>(std::move(message), meeting.object_class, IID__MeetingItem);
@@ -144,28 +150,37 @@ public:
         return S_OK;
     }
 
-    // Mail items only for now: by OlItemType, by a message class of IPM.Note's family, or by
-    // the folder's own type when missing; other types are E_NOTIMPL.
+    // Mail and contact items: by OlItemType, by a message class of IPM.Note's or IPM.Contact's
+    // family, or by the folder's own type when missing; other types are E_NOTIMPL.
     HRESULT Add(const VARIANT& type, IDispatch** item) override {
         if (!item) return E_POINTER;
         *item = nullptr;
-        std::string message_class = "IPM.Note";
+        Outlook::OlItemType item_type = Outlook::olMailItem;
+        std::string message_class;
         if (type.vt == VT_BSTR) {
-            if (!IsClassOrSubclass(type.bstrVal, "IPM.Note")) return E_NOTIMPL;
             message_class = type.bstrVal;
+            if (IsClassOrSubclass(message_class, "IPM.Contact"))
+                item_type = Outlook::olContactItem;
+            else if (!IsClassOrSubclass(message_class, "IPM.Note"))
+                return E_NOTIMPL;
+        } else if (IsMissing(type)) {
+            const HRESULT hr = DefaultItemTypeOf(folder_.Get(), item_type);
+            if (FAILED(hr)) return hr;
+        } else if (auto number = VariantNumber(type)) {
+            item_type = static_cast<Outlook::OlItemType>(*number);
         } else {
-            Outlook::OlItemType item_type = Outlook::olMailItem;
-            if (IsMissing(type)) {
-                const HRESULT hr = DefaultItemTypeOf(folder_.Get(), item_type);
-                if (FAILED(hr)) return hr;
-            } else if (auto number = VariantNumber(type)) {
-                item_type = static_cast<Outlook::OlItemType>(*number);
-            } else {
-                return DISP_E_TYPEMISMATCH;
-            }
-            if (item_type != Outlook::olMailItem) return E_NOTIMPL;
+            return DISP_E_TYPEMISMATCH;
         }
-        return NewMailItem(session_, folder_.Get(), message_class, item);
+        switch (item_type) {
+            case Outlook::olMailItem:
+                return NewMailItem(session_, folder_.Get(),
+                                   message_class.empty() ? "IPM.Note" : message_class, item);
+            case Outlook::olContactItem:
+                return NewContactItem(session_, folder_.Get(),
+                                      message_class.empty() ? "IPM.Contact" : message_class, item);
+            default:
+                return E_NOTIMPL;
+        }
     }
 
 protected:

@@ -66,17 +66,9 @@ public:
         return S_OK;
     }
 
-    // olSave and olPromptForSave save (there is no one to ask); olDiscard drops the changes
-    // made since the last save by reading the stored message again.
     HRESULT Close(Outlook::OlInspectorClose save_mode) override {
-        switch (save_mode) {
-            case Outlook::olSave:
-            case Outlook::olPromptForSave:
-                return Save();
-            case Outlook::olDiscard:
-                return Discard();
-        }
-        return E_INVALIDARG;
+        return CloseItem(
+            save_mode, [this] { return Save(); }, [this] { return Discard(); });
     }
 
 protected:
@@ -98,9 +90,8 @@ private:
             recipients_->Reset(Message());
             return hr;
         }
-        std::vector<BYTE> id = *HexId(hex);
         ComPtr<IMessage> stored;
-        hr = OpenById(session_->session(), id, MAPI_MESSAGE, stored);
+        hr = OpenSaved(session_, hex, stored);
         if (FAILED(hr)) return hr;
         {
             std::lock_guard lock(mutex_);
@@ -123,6 +114,12 @@ HRESULT ItemEntryId(IMessage* message, std::string& hex) {
     if (hr != MAPI_E_NOT_FOUND) return hr;
     hex.clear();
     return S_OK;
+}
+
+HRESULT OpenSaved(const SessionRef& session, const std::string& hex, ComPtr<IMessage>& stored) {
+    std::optional<std::vector<BYTE>> id = HexId(hex);
+    if (!id) return MAPI_E_INVALID_ENTRYID;
+    return OpenById(session->session(), *id, MAPI_MESSAGE, stored);
 }
 
 IDispatch* WrapMailItem(const SessionRef& session, ComPtr<IMessage> message) {

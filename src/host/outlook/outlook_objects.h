@@ -62,11 +62,17 @@ _NameSpace* WrapNamespace(const SessionRef& session);
 MAPIFolder* WrapFolder(const SessionRef& session, ComPtr<IMAPIFolder> folder);
 _Folders* WrapFolders(const SessionRef& session, ComPtr<IMAPIFolder> parent);
 _Items* WrapItems(const SessionRef& session, ComPtr<IMAPIFolder> folder);
-// The item type PR_MESSAGE_CLASS_A names: _MailItem for IPM.Note and its sub-classes, meeting
-// and task-request items for theirs, and for any other class an item that answers IDispatch
-// only (the host models no other item types yet).
+// The item type PR_MESSAGE_CLASS_A names: _MailItem for IPM.Note and its sub-classes,
+// _ContactItem for IPM.Contact's, meeting and task-request items for theirs, and for any other
+// class an item that answers IDispatch only (the host models no other item types yet).
 IDispatch* WrapItem(const SessionRef& session, ComPtr<IMessage> message);
 IDispatch* WrapMailItem(const SessionRef& session, ComPtr<IMessage> message);
+// A contact item over an IPM.Contact message; the store's tags of Outlook's contact names are
+// created when new. Fails with GetIDsFromNames' result.
+HRESULT WrapContactItem(const SessionRef& session, ComPtr<IMessage> message, IDispatch** item);
+// A new unsaved contact item (of IPM.Contact's family) in the folder.
+HRESULT NewContactItem(const SessionRef& session, IMAPIFolder* folder,
+                       const std::string& message_class, IDispatch** item);
 // A new unsaved mail item (of IPM.Note's family, unsent) in the folder.
 HRESULT NewMailItem(const SessionRef& session, IMAPIFolder* folder,
                     const std::string& message_class, IDispatch** item);
@@ -118,6 +124,24 @@ HRESULT Return(const ComPtr<T>& object, Out** out) {
     *out = static_cast<Out*>(object.Get());
     return S_OK;
 }
+
+// Close of an item: olSave and olPromptForSave save (there is no one to ask), olDiscard drops
+// the changes made since the last save.
+template <class Save, class Discard>
+HRESULT CloseItem(Outlook::OlInspectorClose save_mode, Save save, Discard discard) {
+    switch (save_mode) {
+        case Outlook::olSave:
+        case Outlook::olPromptForSave:
+            return save();
+        case Outlook::olDiscard:
+            return discard();
+    }
+    return E_INVALIDARG;
+}
+
+// The stored message of a saved item (its entry id in hex), opened again to drop the item's
+// unsaved changes.
+HRESULT OpenSaved(const SessionRef& session, const std::string& hex, ComPtr<IMessage>& stored);
 
 // The variant's number (VT_I4) or nullopt.
 std::optional<LONG> VariantNumber(const VARIANT& value);

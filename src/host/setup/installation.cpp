@@ -3,6 +3,7 @@
 
 #include <stdexcept>
 
+#include "accounts.h"
 #include "addin_ids.h"
 #include "directory.h"
 #include "home.h"
@@ -16,10 +17,6 @@ namespace {
 namespace store = platform::mapi::store;
 
 constexpr char kSettingsKey[] = "Software\\Orvella\\Vintor";
-// Where Outlook 2003 on the NT family lists each profile's mail accounts.
-constexpr char kProfilesKey[] =
-    "Software\\Microsoft\\Windows NT\\CurrentVersion\\Windows Messaging Subsystem\\Profiles";
-constexpr char kAccountListKey[] = "9375CFF0413111d3B88A00104B2A6676";
 
 class Key {
 public:
@@ -62,18 +59,6 @@ private:
     std::string name_;
 };
 
-// UTF-16LE with its terminating zero, as Outlook stores an account's "Email". Addresses are
-// ASCII in practice; other bytes are taken one by one.
-std::string Utf16(const std::string& text) {
-    std::string bytes;
-    for (unsigned char c : text) {
-        bytes += static_cast<char>(c);
-        bytes += '\0';
-    }
-    bytes.append(2, '\0');
-    return bytes;
-}
-
 void CreateProfile(const std::string& profile, const InstallOptions& options) {
     std::vector<store::StoreSetup> stores;
     if (options.exchange)
@@ -85,21 +70,6 @@ void CreateProfile(const std::string& profile, const InstallOptions& options) {
         const std::string& address = options.addresses.front();
         store::AddDirectoryEntry(profile, {address.substr(0, address.find('@')), address, "", {}},
                                  true);
-    }
-}
-
-void RecordAccounts(const std::string& profile, const InstallOptions& options,
-                    InstallReport& report) {
-    int number = 1;
-    for (const std::string& address : options.addresses) {
-        char account[16];
-        std::snprintf(account, sizeof account, "%08x", number++);
-        Key key(
-            HKEY_CURRENT_USER,
-            std::string(kProfilesKey) + "\\" + profile + "\\" + kAccountListKey + "\\" + account,
-            "HKCU");
-        key.Put("Email", REG_BINARY, Utf16(address), true, report);
-        key.Put("Account Name", REG_BINARY, Utf16(address), true, report);
     }
 }
 
@@ -123,7 +93,10 @@ InstallReport Install(const InstallOptions& options) {
                                      "\": " + failure.what());
         }
         report.profileCreated = true;
-        RecordAccounts(report.profile, options, report);
+        for (const std::string& address : options.addresses) {
+            const std::string account = AddAccount(report.profile, address);
+            report.written.push_back("account " + account + ": " + address);
+        }
     }
 
     const std::string directory = report.installDirectory.string();

@@ -292,9 +292,9 @@ TEST_F(ItemsTest, ItemsOfAFolderCountFindAndAdd) {
 
     ComPtr<_Items> contacts;
     ASSERT_EQ(DefaultFolder(Outlook::olFolderContacts)->get_Items(&contacts), S_OK);
-    EXPECT_EQ(contacts->Add(VariantMissing(), &added), E_NOTIMPL);
     EXPECT_EQ(contacts->Add(VariantLong(Outlook::olMailItem), &added), S_OK);
-    EXPECT_EQ(items->Add(VariantLong(Outlook::olContactItem), &added), E_NOTIMPL);
+    EXPECT_EQ(items->Add(VariantLong(Outlook::olAppointmentItem), &added), E_NOTIMPL);
+    EXPECT_EQ(items->Add(VariantText("IPM.Appointment"), &added), E_NOTIMPL);
 }
 
 TEST_F(ItemsTest, ApplicationIsVersionElevenWithOneNamespace) {
@@ -305,7 +305,7 @@ TEST_F(ItemsTest, ApplicationIsVersionElevenWithOneNamespace) {
     ComPtr<_NameSpace> other;
     EXPECT_EQ(app_->GetNamespace("Other", &other), E_INVALIDARG);
     ComPtr<IDispatch> item;
-    EXPECT_EQ(app_->CreateItem(Outlook::olContactItem, &item), E_NOTIMPL);
+    EXPECT_EQ(app_->CreateItem(Outlook::olTaskItem, &item), E_NOTIMPL);
     ComPtr<IUnknown> session;
     ASSERT_EQ(mapi_->get_MAPIOBJECT(&session), S_OK);
     EXPECT_TRUE(session);

@@ -28,6 +28,7 @@ DEFINE_OLEGUID(IID_MAPIFolder, 0x00063006, 0, 0);
 DEFINE_OLEGUID(IID__Folders, 0x00063040, 0, 0);
 DEFINE_OLEGUID(IID__Items, 0x00063041, 0, 0);
 DEFINE_OLEGUID(IID__MailItem, 0x00063034, 0, 0);
+DEFINE_OLEGUID(IID__ContactItem, 0x00063021, 0, 0);
 DEFINE_OLEGUID(IID__MeetingItem, 0x00063062, 0, 0);
 DEFINE_OLEGUID(IID__TaskRequestItem, 0x00063036, 0, 0);
 DEFINE_OLEGUID(IID__TaskRequestAcceptItem, 0x00063038, 0, 0);
@@ -172,7 +173,7 @@ public:
     // Only "MAPI" is a namespace; any other type gives E_INVALIDARG.
     virtual HRESULT GetNamespace(const std::string& type, _NameSpace** result) = 0;
     // A new, unsaved item of that type, created in the folder that type defaults to (Drafts for
-    // mail). E_NOTIMPL for types the host does not model.
+    // mail, Contacts for contacts). E_NOTIMPL for types the host does not model.
     virtual HRESULT CreateItem(Outlook::OlItemType type, IDispatch** item) = 0;
     // "11.0.0.0" and so on: the major version first.
     virtual HRESULT get_Version(std::string* version) = 0;
@@ -226,7 +227,9 @@ class _Items : public IDispatch {
 public:
     virtual HRESULT get_Count(LONG* count) = 0;
     virtual HRESULT Item(const VARIANT& index, IDispatch** item) = 0;
-    // A new unsaved item in this folder; the type (an OlItemType) defaults to the folder's.
+    // A new unsaved item in this folder: by OlItemType (mail, contact) or by message class
+    // ("IPM.Note", "IPM.Contact" and their sub-classes); the folder's own type when missing.
+    // E_NOTIMPL for types the host does not model.
     virtual HRESULT Add(const VARIANT& type, IDispatch** item) = 0;
 };
 
@@ -245,6 +248,42 @@ public:
     virtual HRESULT Save() = 0;
     // Opens the item in a message window; modal waits until the window closes.
     virtual HRESULT Display(const VARIANT& modal) = 0;
+    virtual HRESULT Close(Outlook::OlInspectorClose saveMode) = 0;
+};
+
+// A contact: its name and up to three e-mail addresses. Setters change the unsaved item; Save
+// writes it to its folder with what Outlook derives from them (the file-as name, each address's
+// type "SMTP" when none was given, its display name "<full name> (<address>)" and original
+// display name). The display names are read-only, as in Outlook.
+class _ContactItem : public IDispatch {
+public:
+    // Empty until the item is saved.
+    virtual HRESULT get_EntryID(std::string* entryId) = 0;
+    // The item's IMessage as IUnknown.
+    virtual HRESULT get_MAPIOBJECT(IUnknown** message) = 0;
+    // olContact.
+    virtual HRESULT get_Class(Outlook::OlObjectClass* objectClass) = 0;
+    virtual HRESULT get_FullName(std::string* name) = 0;
+    virtual HRESULT put_FullName(const std::string& name) = 0;
+    virtual HRESULT get_FileAs(std::string* fileAs) = 0;
+    virtual HRESULT put_FileAs(const std::string& fileAs) = 0;
+    virtual HRESULT get_Email1Address(std::string* address) = 0;
+    virtual HRESULT put_Email1Address(const std::string& address) = 0;
+    virtual HRESULT get_Email1AddressType(std::string* type) = 0;
+    virtual HRESULT put_Email1AddressType(const std::string& type) = 0;
+    virtual HRESULT get_Email1DisplayName(std::string* name) = 0;
+    virtual HRESULT get_Email2Address(std::string* address) = 0;
+    virtual HRESULT put_Email2Address(const std::string& address) = 0;
+    virtual HRESULT get_Email2AddressType(std::string* type) = 0;
+    virtual HRESULT put_Email2AddressType(const std::string& type) = 0;
+    virtual HRESULT get_Email2DisplayName(std::string* name) = 0;
+    virtual HRESULT get_Email3Address(std::string* address) = 0;
+    virtual HRESULT put_Email3Address(const std::string& address) = 0;
+    virtual HRESULT get_Email3AddressType(std::string* type) = 0;
+    virtual HRESULT put_Email3AddressType(const std::string& type) = 0;
+    virtual HRESULT get_Email3DisplayName(std::string* name) = 0;
+    virtual HRESULT Save() = 0;
+    // olSave and olPromptForSave save; olDiscard drops the changes since the last save.
     virtual HRESULT Close(Outlook::OlInspectorClose saveMode) = 0;
 };
 

@@ -135,3 +135,24 @@ LONG CompareFileTime(const FILETIME* lpFileTime1, const FILETIME* lpFileTime2);
 // TIME_ZONE_ID_UNKNOWN (dates and DaylightBias zero) for one without; TIME_ZONE_ID_INVALID with
 // ERROR_INVALID_PARAMETER for a NULL pointer.
 DWORD GetTimeZoneInformation(LPTIME_ZONE_INFORMATION lpTimeZoneInformation);
+
+// ---------------------------------------------------------------------------------------------
+// The system's version. The platform answers as the Windows NT family (Windows XP, 5.1), the
+// system the add-in was built for.
+
+#define VER_PLATFORM_WIN32s 0
+#define VER_PLATFORM_WIN32_WINDOWS 1
+#define VER_PLATFORM_WIN32_NT 2
+
+typedef struct _OSVERSIONINFOA {
+    DWORD dwOSVersionInfoSize;  // the caller sets sizeof(OSVERSIONINFOA)
+    DWORD dwMajorVersion;
+    DWORD dwMinorVersion;
+    DWORD dwBuildNumber;
+    DWORD dwPlatformId;
+    CHAR szCSDVersion[128];
+} OSVERSIONINFOA, *POSVERSIONINFOA, *LPOSVERSIONINFOA;
+
+// FALSE with ERROR_INSUFFICIENT_BUFFER when dwOSVersionInfoSize is not the structure's size,
+// ERROR_INVALID_PARAMETER for a NULL pointer.
+BOOL GetVersionExA(LPOSVERSIONINFOA lpVersionInformation);

@@ -33,19 +33,6 @@ LONG PriorityLevel(const std::string& name) {
                        "\" (Junk, Low, Normal, High or \"Very High\")");
 }
 
-// Runs body over an initialised session; the session's failures are reported and fail the run.
-void WithSession(const std::function<void(OutlookHost&, COutlookContext&)>& body) {
-    OutlookHost outlook;
-    try {
-        COutlookContext context(outlook.NameSpace(), CLSID_Connect);
-        context.Initialize();
-        body(outlook, context);
-    } catch (const diag::BaseException& failure) {
-        diag::ExceptionReporter().Report(failure);
-        throw CommandError(failure.GetMessage() ? failure.GetMessage() : "the session failed");
-    }
-}
-
 struct ContactSetup {
     std::string name;
     std::vector<std::string> emails;
@@ -74,7 +61,7 @@ void Add(const ContactSetup& setup) {
     if (setup.emails.size() > 3) throw CommandError("a contact has at most three addresses");
     std::optional<LONG> level;
     if (!setup.priority.empty()) level = PriorityLevel(setup.priority);
-    WithSession([&](OutlookHost& outlook, COutlookContext& context) {
+    WithStoreSession(true, [&](OutlookHost& outlook, COutlookContext& context) {
         ComPtr<_Items> items;
         ComPtr<IDispatch> added;
         ComPtr<_ContactItem> contact;
@@ -100,7 +87,7 @@ void Add(const ContactSetup& setup) {
 void Set(const std::string& address, const std::string& priority, std::optional<LONG> replies) {
     std::optional<LONG> level;
     if (!priority.empty()) level = PriorityLevel(priority);
-    WithSession([&](OutlookHost&, COutlookContext& context) {
+    WithStoreSession(true, [&](OutlookHost&, COutlookContext& context) {
         ComPtr<IMessage> contact;
         if (context.GetContactRecordByEmail(contact, address) != S_OK)
             throw CommandError("no contact has the address " + address);
@@ -146,7 +133,7 @@ void PrintContact(const nlohmann::json& c) {
 }
 
 void List(bool json) {
-    WithSession([&](OutlookHost&, COutlookContext& context) {
+    WithStoreSession(true, [&](OutlookHost&, COutlookContext& context) {
         nlohmann::json folders = nlohmann::json::array();
         for (const EntryId& folderId : context.ContactFolderEIDs()) {
             ComPtr<IMAPIFolder> folder = context.GetFolder(context.MailStore(), folderId, false);
@@ -178,7 +165,7 @@ void List(bool json) {
 }
 
 void Find(const std::string& address) {
-    WithSession([&](OutlookHost&, COutlookContext& context) {
+    WithStoreSession(true, [&](OutlookHost&, COutlookContext& context) {
         EntryId found = context.FindContactEIDByEmail(address);
         if (found.empty()) {
             std::printf("No contact has the address %s\n", address.c_str());
@@ -194,7 +181,7 @@ void Find(const std::string& address) {
 }
 
 void Search(const std::string& name) {
-    WithSession([&](OutlookHost&, COutlookContext& context) {
+    WithStoreSession(true, [&](OutlookHost&, COutlookContext& context) {
         std::vector<EntryId> ids;
         std::vector<std::string> names;
         context.FuzzySearchAllContactFolders(name, ids, names);

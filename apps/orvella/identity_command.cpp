@@ -59,10 +59,8 @@ void PrintList(const char* title, const std::vector<std::string>& list) {
 }
 
 void Identity(const IdentityOptions& options) {
-    OutlookHost outlook;
     nlohmann::json identity;
-    try {
-        COutlookContext context(outlook.NameSpace(), CLSID_Connect);
+    WithStoreSession(false, [&](OutlookHost&, COutlookContext& context) {
         if (!options.addresses.empty())
             context.SaveUserSpecifiedEmailAddresses(
                 Joined(context.UserSpecifiedAddresses(), options.addresses));
@@ -73,10 +71,7 @@ void Identity(const IdentityOptions& options) {
                     {"friendlyDomains", context.FriendDomains()},
                     {"vendorDomain", context.VendorDomain()},
                     {"exchangeMode", context.ExchangeModeAtStart()}};
-    } catch (const diag::BaseException& failure) {
-        diag::ExceptionReporter().Report(failure);
-        throw CommandError(failure.GetMessage() ? failure.GetMessage() : "the session failed");
-    }
+    });
     if (options.json) return PrintJson(identity);
     PrintList("Your addresses (Outlook's accounts)",
               identity["userAddresses"].get<std::vector<std::string>>());

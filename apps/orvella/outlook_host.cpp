@@ -3,7 +3,9 @@
 
 #include <cstdio>
 
+#include "BaseException.h"
 #include "CExceptionReporter.h"
+#include "addin_ids.h"
 #include "commands.h"
 #include "outlook_application.h"
 #include "profile.h"
@@ -43,6 +45,19 @@ OutlookHost::OutlookHost() {
 
 OutlookHost::~OutlookHost() {
     diag::ExceptionReporter().SetApplication(nullptr);
+}
+
+void WithStoreSession(bool initialize,
+                      const std::function<void(OutlookHost&, COutlookContext&)>& body) {
+    OutlookHost outlook;
+    try {
+        COutlookContext context(outlook.NameSpace(), CLSID_Connect);
+        if (initialize) context.Initialize();
+        body(outlook, context);
+    } catch (const diag::BaseException& failure) {
+        diag::ExceptionReporter().Report(failure);
+        throw CommandError(failure.GetMessage() ? failure.GetMessage() : "the session failed");
+    }
 }
 
 }  // namespace orvella::cli

@@ -3,6 +3,9 @@
 // windows reported on standard error, since the command line has none.
 #pragma once
 
+#include <functional>
+
+#include "COutlookContext.h"
 #include "mapi_ptr.h"
 #include "msoutl.h"
 
@@ -24,5 +27,11 @@ private:
     platform::mapi::ComPtr<_Application> application_;
     platform::mapi::ComPtr<_NameSpace> nameSpace_;
 };
+
+// Runs body over the add-in's store session on the current profile, constructed (and with
+// initialize, prepared) as at Outlook's start. A failure of the add-in is reported as the
+// add-in reports it (its log and error dialog) and ends the command with its message.
+void WithStoreSession(bool initialize,
+                      const std::function<void(OutlookHost&, COutlookContext&)>& body);
 
 }  // namespace orvella::cli

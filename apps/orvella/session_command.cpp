@@ -124,17 +124,10 @@ void PrintSession(const nlohmann::json& s) {
 }
 
 void Session(bool json) {
-    OutlookHost outlook;
     nlohmann::json description;
-    try {
-        COutlookContext context(outlook.NameSpace(), CLSID_Connect);
-        context.Initialize();
-        description = Describe(context);
-    } catch (const diag::BaseException& failure) {
-        // As at Outlook's start: the failure is logged and shown, and the add-in stays inactive.
-        diag::ExceptionReporter().Report(failure);
-        throw CommandError(failure.GetMessage() ? failure.GetMessage() : "the session failed");
-    }
+    // As at Outlook's start: a failure is logged and shown, and the add-in stays inactive.
+    WithStoreSession(
+        true, [&](OutlookHost&, COutlookContext& context) { description = Describe(context); });
     if (json) return PrintJson(description);
     PrintSession(description);
 }

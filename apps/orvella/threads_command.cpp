@@ -87,16 +87,9 @@ void PrintThreads(const nlohmann::json& threads) {
 }
 
 void Threads(bool json) {
-    OutlookHost outlook;
     nlohmann::json threads;
-    try {
-        COutlookContext context(outlook.NameSpace(), CLSID_Connect);
-        context.Initialize();
-        threads = Describe(context);
-    } catch (const diag::BaseException& failure) {
-        diag::ExceptionReporter().Report(failure);
-        throw CommandError(failure.GetMessage() ? failure.GetMessage() : "the session failed");
-    }
+    WithStoreSession(true,
+                     [&](OutlookHost&, COutlookContext& context) { threads = Describe(context); });
     if (json) return PrintJson(threads);
     PrintThreads(threads);
 }

@@ -125,9 +125,15 @@ TEST_F(StoreQueryPlanTest, HotQueriesSearchTheirIndexes) {
     const std::vector<std::string> row_values = {
         "SEARCH props USING PRIMARY KEY (obj=? AND tag=?)"};
     const Case cases[] = {
-        {"a paged read of the Inbox",
-         [&] { ReadPages(ContentsTable().Get()); },
-         {by_parent, row_values}},
+        // The folder's ids are kept while its membership stands, so a message arrives first.
+        {"a paged read of the Inbox after a message arrives",
+         [&] {
+             SaveMessage({Text(PR_SUBJECT_A, "arrives")});
+             ReadPages(ContentsTable().Get());
+         },
+         {{"SEARCH objects USING COVERING INDEX objects_by_parent (parent=? AND kind=? AND "
+           "assoc=?)"},
+          row_values}},
         {"a restricted walk by thread id",
          [&] { Walk(by_thread, 20); },
          {{"SEARCH objects USING INTEGER PRIMARY KEY (rowid=?)",
@@ -176,6 +182,21 @@ TEST_F(StoreQueryPlanTest, HotQueriesSearchTheirIndexes) {
             EXPECT_TRUE(found) << "no statement's plan has: " << ::testing::PrintToString(wanted);
         }
     }
+}
+
+// A lookup per message opens a table on the same large folder again and again: while the
+// folder's membership stands, its ids are read once.
+TEST_F(StoreQueryPlanTest, TablesOnAnUnchangedFolderReadItsIdsOnce) {
+    auto reads_ids = [](const std::vector<std::string>& statements) {
+        return std::any_of(statements.begin(), statements.end(), [](const std::string& sql) {
+            return sql.find("SELECT id FROM objects WHERE parent") != std::string::npos;
+        });
+    };
+    auto page = [&] { ReadPages(ContentsTable().Get()); };
+    page();
+    EXPECT_FALSE(reads_ids(StatementsRunBy(page)));
+    SaveMessage({Text(PR_SUBJECT_A, "arrives")});
+    EXPECT_TRUE(reads_ids(StatementsRunBy(page)));
 }
 
 }  // namespace

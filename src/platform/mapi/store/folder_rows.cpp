@@ -338,6 +338,8 @@ std::vector<RowKey> FolderRows::OrderedKeys(const SSortOrderSet* sort) {
                   SqlComparable(PROP_TYPE(sort->aSort[i].ulPropTag)) &&
                   !ComputedInRows(sort->aSort[i].ulPropTag);
     std::vector<RowKey> keys;
+    if (in_sql && sort_keys == 0)
+        return store_->MessageIds(folder_, scope_ == Scope::AssociatedMessages);
     if (in_sql) {
         std::string joins, order;
         for (ULONG i = 0; i < sort_keys; ++i) {

@@ -2,6 +2,7 @@
 #include "keyset.h"
 
 #include <algorithm>
+#include <functional>
 
 namespace orvella::platform::mapi::store {
 namespace {
@@ -17,7 +18,21 @@ void Keyset::BuildIndex() {
     indexed_ = true;
 }
 
+bool Keyset::Ascending() {
+    if (order_ == Order::Unknown)
+        order_ =
+            std::adjacent_find(keys_.begin(), keys_.end(), std::greater_equal<>()) == keys_.end()
+                ? Order::Ascending
+                : Order::Other;
+    return order_ == Order::Ascending;
+}
+
 std::optional<std::size_t> Keyset::PositionOf(RowKey key) {
+    if (Ascending()) {
+        auto it = std::lower_bound(keys_.begin(), keys_.end(), key);
+        if (it == keys_.end() || *it != key) return std::nullopt;
+        return static_cast<std::size_t>(it - keys_.begin());
+    }
     if (!indexed_ && scans_ < kScansBeforeIndex) {
         ++scans_;
         auto it = std::find(keys_.begin(), keys_.end(), key);
@@ -46,14 +61,11 @@ std::size_t Keyset::Carry(const Keyset& before, std::size_t position, bool& move
 
 std::vector<std::size_t> Keyset::PositionsFrom(std::span<const RowKey> keys, std::size_t from,
                                                bool backward) {
-    if (!indexed_) BuildIndex();
     std::vector<std::size_t> positions;
     positions.reserve(keys.size());
     for (RowKey key : keys) {
-        auto it = index_.find(key);
-        if (it == index_.end()) continue;
-        const std::size_t at = it->second;
-        if (backward ? at < from : at >= from) positions.push_back(at);
+        std::optional<std::size_t> at = PositionOf(key);
+        if (at && (backward ? *at < from : *at >= from)) positions.push_back(*at);
     }
     if (backward) {
         std::sort(positions.begin(), positions.end(), std::greater<>());

@@ -12,9 +12,11 @@
 
 namespace orvella::platform::mapi::store {
 
-// Positions run from 0 to Size(); Size() is the place after the last row. Lookups by key scan
-// while they are few and then build a hash index once, so a keyset that is only paged through
-// never pays for the index. One owner at a time; allocation failures throw std::bad_alloc.
+// Positions run from 0 to Size(); Size() is the place after the last row. Lookups by key in a
+// keyset in ascending key order (a table in its natural order) are binary searches; in any
+// other order they scan while they are few and then build a hash index once, so a keyset that
+// is only paged through never pays for the index. One owner at a time; allocation failures throw
+// std::bad_alloc.
 class Keyset {
 public:
     Keyset() = default;
@@ -43,11 +45,13 @@ public:
 
 private:
     void BuildIndex();
+    bool Ascending();
 
     std::vector<RowKey> keys_;
     std::unordered_map<RowKey, std::size_t> index_;
     bool indexed_ = false;
     int scans_ = 0;
+    enum class Order { Unknown, Ascending, Other } order_ = Order::Unknown;
 };
 
 }  // namespace orvella::platform::mapi::store

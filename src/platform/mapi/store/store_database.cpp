@@ -455,6 +455,28 @@ std::int64_t StoreDatabase::MembershipVersion(ObjectId folder) {
     return version;
 }
 
+std::vector<ObjectId> StoreDatabase::MessageIds(ObjectId folder, bool associated) {
+    std::lock_guard lock(mutex_);
+    ReadSnapshot snapshot(db_);
+    // Counts seen outside a write of our own are committed ones, which only ever grow: the ids
+    // read at a count are the ids at that count for good.
+    const bool keep = sqlite3_txn_state(db_.handle(), "main") != SQLITE_TXN_WRITE;
+    const std::int64_t members = MembershipVersion(folder);
+    const auto key = std::make_pair(folder, associated);
+    if (keep) {
+        auto known = message_ids_.find(key);
+        if (known != message_ids_.end() && known->second.members == members)
+            return known->second.ids;
+    }
+    std::vector<ObjectId> ids;
+    Statement& query = db_.Cached(
+        "SELECT id FROM objects WHERE parent = ?1 AND kind = 3 AND assoc = ?2 ORDER BY id");
+    query.Bind(1, folder).Bind(2, std::int64_t{associated});
+    while (query.Step()) ids.push_back(query.Int(0));
+    if (keep) message_ids_[key] = {members, ids};
+    return ids;
+}
+
 std::int64_t StoreDatabase::HierarchyVersion() {
     std::lock_guard lock(mutex_);
     Statement& read = db_.Cached("SELECT value FROM meta WHERE key = 'hierarchy'");

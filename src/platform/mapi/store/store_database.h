@@ -117,6 +117,11 @@ public:
 
     // A count that changes whenever an object joins or leaves the folder.
     std::int64_t MembershipVersion(ObjectId folder);
+    // The ids of a folder's messages (the associated ones or the others) in id order, as one
+    // snapshot. Kept from one call to the next while the folder's membership count stands and
+    // no write of this process is pending, so that tables opened again and again on a large
+    // folder (a lookup per message) read its ids once.
+    std::vector<ObjectId> MessageIds(ObjectId folder, bool associated);
     // A count that changes whenever any folder is created, deleted, moved or saved.
     std::int64_t HierarchyVersion();
 
@@ -197,6 +202,11 @@ private:
     void UpgradeSchema(std::int64_t from);
 
     std::recursive_mutex mutex_;  // recursive: a Snapshot holds it around other methods
+    struct KnownMessageIds {
+        std::int64_t members = -1;  // the folder's membership count they were read at
+        std::vector<ObjectId> ids;
+    };
+    std::map<std::pair<ObjectId, bool>, KnownMessageIds> message_ids_;
     Database db_;
     GUID uid_ = {};
     std::set<ULONG> indexed_tags_;

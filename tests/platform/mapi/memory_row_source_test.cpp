@@ -154,7 +154,7 @@ TEST_F(MemoryRowSourceTest, MatchAndKeysDecideWithTheEvaluator) {
     EXPECT_EQ(keys, std::vector<RowKey>{3});
 
     std::optional<std::vector<RowKey>> candidates = std::vector<RowKey>{1};
-    ASSERT_EQ(source_.Candidates(ann, candidates), S_OK);
+    ASSERT_EQ(source_.Candidates(ann, nullptr, candidates), S_OK);
     EXPECT_FALSE(candidates);
 }
 

@@ -58,16 +58,34 @@ std::optional<std::set<RowKey>> NarrowingRowSource::Narrow(const SRestriction& r
 }
 
 HRESULT NarrowingRowSource::Candidates(const SRestriction& restriction,
+                                       store::CandidateWindow* window,
                                        std::optional<std::vector<RowKey>>& candidates) {
     candidates.reset();
     std::optional<std::set<RowKey>> narrowed = Narrow(restriction);
     if (!narrowed) return S_OK;
-    std::vector<RowKey> keys(narrowed->begin(), narrowed->end());
     std::vector<RowKey> all;
     rows_->Keys(nullptr, nullptr, all);
-    for (int i = 0; i < 3 && !all.empty(); ++i) keys.push_back(all[noise_() % all.size()]);
-    for (RowKey stranger : {RowKey{0}, RowKey{-7}, RowKey{1'000'000'000}}) keys.push_back(stranger);
-    std::shuffle(keys.begin(), keys.end(), noise_);
+    for (int i = 0; i < 3 && !all.empty(); ++i) narrowed->insert(all[noise_() % all.size()]);
+    for (RowKey stranger : {RowKey{0}, RowKey{-7}, RowKey{1'000'000'000}})
+        narrowed->insert(stranger);
+    std::vector<RowKey> keys(narrowed->begin(), narrowed->end());
+    if (window) {
+        // The nearest one to three in the window's direction, in key order.
+        std::erase_if(keys, [&](RowKey key) {
+            return window->backward ? key >= window->from : key < window->from;
+        });
+        const std::size_t taken = std::min<std::size_t>(window->limit, 1 + noise_() % 3);
+        window->more = keys.size() > taken;
+        if (window->more) {
+            if (window->backward) {
+                keys.erase(keys.begin(), keys.end() - static_cast<std::ptrdiff_t>(taken));
+            } else {
+                keys.resize(taken);
+            }
+        }
+    } else {
+        std::shuffle(keys.begin(), keys.end(), noise_);
+    }
     candidates = std::move(keys);
     return S_OK;
 }

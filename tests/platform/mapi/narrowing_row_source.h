@@ -17,7 +17,8 @@ namespace orvella::platform::mapi::testing {
 // Candidates for RES_PROPERTY (RELOP_EQ, RELOP_GT, RELOP_GE), RES_CONTENT and RES_EXIST: the
 // rows holding the property; RES_AND: the first part that narrows; RES_OR: the union when every
 // part narrows. Every other restriction: nullopt. Each set also holds a few rows chosen at
-// random and keys that no row has. Everything else is the wrapped source's.
+// random and keys that no row has. A window is honoured a few candidates at a time, so that a
+// search goes through many windows. Everything else is the wrapped source's.
 class NarrowingRowSource : public store::RowSource {
 public:
     NarrowingRowSource(std::shared_ptr<store::MemoryRowSource> rows, unsigned noise_seed);
@@ -31,7 +32,7 @@ public:
     HRESULT MembershipVersion(std::uint64_t& version) override;
     HRESULT Keys(const SRestriction* restriction, const SSortOrderSet* sort,
                  std::vector<store::RowKey>& keys) override;
-    HRESULT Candidates(const SRestriction& restriction,
+    HRESULT Candidates(const SRestriction& restriction, store::CandidateWindow* window,
                        std::optional<std::vector<store::RowKey>>& candidates) override;
     HRESULT Match(std::span<const store::RowKey> keys, const SRestriction& restriction,
                   std::vector<bool>& matches) override;

@@ -2,6 +2,7 @@
 // computed properties, values too large to hand out, and restrictions with missing parts.
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <string>
 #include <vector>
 
@@ -160,6 +161,41 @@ TEST_F(TableRestrictionTest, RestrictionsWithMissingPartsAreAnsweredAsDocumented
         EXPECT_EQ(Restricted(c.restriction), c.serials);
         EXPECT_EQ(Found(c.restriction), c.serials);
     }
+}
+
+// Messages lacking a property have no index: a walk looks a window of messages at a time.
+// Over many windows, forward and backward, it still finds each such message once, in order.
+TEST_F(TableRestrictionTest, WalksForWhatLacksAPropertyFindEveryMatchAcrossManyWindows) {
+    const ULONG marker = NamedLong("Marker");
+    const std::vector<LONG> lacking = {0, 1, 299, 300, 301, 777, 1199};
+    for (LONG serial = 0; serial < 1200; ++serial) {
+        std::vector<SPropValue> values = {t::Long(t::kSerial, serial)};
+        if (std::find(lacking.begin(), lacking.end(), serial) == lacking.end())
+            values.push_back(t::Long(marker, 1));
+        SaveMessage(values);
+    }
+    const SRestriction unmarked =
+        built_.Or({built_.Not(built_.Exist(marker)), built_.Not(built_.Exist(PR_SUBJECT_A))});
+    std::vector<LONG> all(1200);
+    for (LONG serial = 0; serial < 1200; ++serial) all[serial] = serial;
+    EXPECT_EQ(Found(unmarked), all);
+    const SRestriction lacks_marker = built_.Not(built_.Exist(marker));
+    EXPECT_EQ(Found(lacks_marker), lacking);
+    EXPECT_EQ(Restricted(lacks_marker), lacking);
+
+    ComPtr<IMAPITable> table;
+    ASSERT_EQ(inbox_->GetContentsTable(0, &table), S_OK);
+    SizedSPropTagArray(1, columns) = {1, {t::kSerial}};
+    ASSERT_EQ(table->SetColumns(reinterpret_cast<LPSPropTagArray>(&columns), 0), S_OK);
+    ASSERT_EQ(table->SeekRow(BOOKMARK_END, 0, nullptr), S_OK);
+    SRestriction backward = lacks_marker;
+    std::vector<LONG> found;
+    while (table->FindRow(&backward, BOOKMARK_CURRENT, DIR_BACKWARD) == S_OK) {
+        orvella::platform::mapi::RowSetPtr row;
+        ASSERT_EQ(table->QueryRows(1, TBL_NOADVANCE, &row), S_OK);
+        found.push_back(t::Serials(row.Get()).front());
+    }
+    EXPECT_EQ(found, std::vector<LONG>(lacking.rbegin(), lacking.rend()));
 }
 
 }  // namespace

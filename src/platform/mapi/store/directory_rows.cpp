@@ -207,7 +207,7 @@ HRESULT DirectoryRowSource::Keys(const SRestriction* restriction, const SSortOrd
     return rows_.Keys(&resolved.root(), sort, keys);
 }
 
-HRESULT DirectoryRowSource::Candidates(const SRestriction& restriction,
+HRESULT DirectoryRowSource::Candidates(const SRestriction& restriction, CandidateWindow*,
                                        std::optional<std::vector<RowKey>>& candidates) {
     candidates.reset();
     Resolution resolved(*this, restriction);

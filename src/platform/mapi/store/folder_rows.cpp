@@ -128,31 +128,33 @@ std::vector<std::pair<ObjectId, LONG>> FolderRows::WalkFolders() {
     return walk;
 }
 
+bool FolderRows::Indexed(ULONG tag) {
+    return !(PROP_TYPE(tag) & MV_FLAG) && SqlComparable(PROP_TYPE(tag)) && !ComputedInRows(tag) &&
+           !store_->TagInUse(tag | MV_FLAG) && store_->EnsureValueIndex(tag);
+}
+
+std::string FolderRows::EqualValues(ULONG tag, const SPropValue* value,
+                                    std::vector<const SPropValue*>& binds) {
+    if (!value || value->ulPropTag != tag || !Indexed(tag)) return {};
+    binds.push_back(value);
+    return "SELECT obj FROM props WHERE tag = " + std::to_string(tag) + " AND val = ?" +
+           std::to_string(binds.size() + 2) + " COLLATE NOCASE";
+}
+
 std::string FolderRows::Narrowing(const SRestriction& res, std::vector<const SPropValue*>& binds) {
-    auto indexed = [&](ULONG tag) {
-        return !(PROP_TYPE(tag) & MV_FLAG) && SqlComparable(PROP_TYPE(tag)) &&
-               !ComputedInRows(tag) && !store_->TagInUse(tag | MV_FLAG) &&
-               store_->EnsureValueIndex(tag);
-    };
-    auto equal = [&](ULONG tag, const SPropValue* value) -> std::string {
-        if (!value || value->ulPropTag != tag || !indexed(tag)) return {};
-        binds.push_back(value);
-        return "SELECT obj FROM props WHERE tag = " + std::to_string(tag) + " AND val = ?" +
-               std::to_string(binds.size() + 2) + " COLLATE NOCASE";
-    };
     auto nested = [](const std::string& select) { return "SELECT obj FROM (" + select + ")"; };
     switch (res.rt) {
         case RES_PROPERTY:
             if (res.res.resProperty.relop != RELOP_EQ) return {};
-            return equal(res.res.resProperty.ulPropTag, res.res.resProperty.lpProp);
+            return EqualValues(res.res.resProperty.ulPropTag, res.res.resProperty.lpProp, binds);
         case RES_CONTENT:
             // A full-string match, with or without case, lies within the case-blind equality.
             if ((res.res.resContent.ulFuzzyLevel & 0xFFFF) != FL_FULLSTRING ||
                 PROP_TYPE(res.res.resContent.ulPropTag) != PT_STRING8)
                 return {};
-            return equal(res.res.resContent.ulPropTag, res.res.resContent.lpProp);
+            return EqualValues(res.res.resContent.ulPropTag, res.res.resContent.lpProp, binds);
         case RES_EXIST:
-            if (!indexed(res.res.resExist.ulPropTag)) return {};
+            if (!Indexed(res.res.resExist.ulPropTag)) return {};
             return "SELECT obj FROM props WHERE tag = " +
                    std::to_string(res.res.resExist.ulPropTag);
         case RES_AND: {
@@ -167,10 +169,14 @@ std::string FolderRows::Narrowing(const SRestriction& res, std::vector<const SPr
         }
         case RES_OR: {
             if (res.res.resOr.cRes == 0 || !res.res.resOr.lpRes) return {};
+            const std::size_t bound = binds.size();
             std::string sql;
             for (ULONG i = 0; i < res.res.resOr.cRes; ++i) {
                 std::string part = Narrowing(res.res.resOr.lpRes[i], binds);
-                if (part.empty()) return {};
+                if (part.empty()) {
+                    binds.resize(bound);  // no parameter may outlive its SQL
+                    return {};
+                }
                 sql += (sql.empty() ? "" : " UNION ") + nested(part);
             }
             return sql;
@@ -180,23 +186,99 @@ std::string FolderRows::Narrowing(const SRestriction& res, std::vector<const SPr
     }
 }
 
-HRESULT FolderRows::Candidates(const SRestriction& restriction,
+std::optional<ExistenceTest> FolderRows::ExistenceTestOf(const SRestriction& res) {
+    ExistenceTest test;
+    test.rt = res.rt;
+    switch (res.rt) {
+        case RES_EXIST:
+            // Exact: a stored value is the property's existence, as no row computes it.
+            if (!Indexed(res.res.resExist.ulPropTag)) return std::nullopt;
+            test.holders = store_->Holders(res.res.resExist.ulPropTag);
+            return test;
+        case RES_NOT:
+            if (!res.res.resNot.lpRes) return std::nullopt;
+            if (auto inner = ExistenceTestOf(*res.res.resNot.lpRes)) {
+                test.terms.push_back(std::move(*inner));
+                return test;
+            }
+            return std::nullopt;
+        case RES_AND:
+        case RES_OR:
+            if (!res.res.resAnd.lpRes || res.res.resAnd.cRes == 0) return std::nullopt;
+            for (ULONG i = 0; i < res.res.resAnd.cRes; ++i) {
+                auto term = ExistenceTestOf(res.res.resAnd.lpRes[i]);
+                if (!term) return std::nullopt;
+                test.terms.push_back(std::move(*term));
+            }
+            return test;
+        default:
+            return std::nullopt;
+    }
+}
+
+bool ExistenceTest::Holds(ObjectId id) const {
+    switch (rt) {
+        case RES_EXIST:
+            return std::binary_search(holders->begin(), holders->end(), id);
+        case RES_NOT:
+            return !terms.front().Holds(id);
+        case RES_AND:
+            return std::all_of(terms.begin(), terms.end(),
+                               [&](const auto& t) { return t.Holds(id); });
+        default:
+            return std::any_of(terms.begin(), terms.end(),
+                               [&](const auto& t) { return t.Holds(id); });
+    }
+}
+
+HRESULT FolderRows::Candidates(const SRestriction& restriction, CandidateWindow* window,
                                std::optional<std::vector<RowKey>>& candidates) {
     candidates.reset();
     if (IsHierarchy()) return S_OK;
     std::vector<const SPropValue*> binds;
-    std::string narrowing = Narrowing(restriction, binds);
-    if (narrowing.empty()) return S_OK;
-    store_->WithDatabase([&](Database& db) {
-        Statement& query = db.Cached("SELECT id FROM objects WHERE id IN (" + narrowing +
-                                     ") AND parent = ?1 AND kind = 3 AND assoc = ?2");
-        query.Bind(1, folder_).Bind(2, std::int64_t{scope_ == Scope::AssociatedMessages});
-        for (std::size_t i = 0; i < binds.size(); ++i)
-            BindValue(query, static_cast<int>(i + 3), *binds[i]);
-        std::vector<RowKey> keys;
-        while (query.Step()) keys.push_back(query.Int(0));
-        candidates = std::move(keys);
-    });
+    if (std::string narrowing = Narrowing(restriction, binds); !narrowing.empty()) {
+        store_->WithDatabase([&](Database& db) {
+            Statement& query = db.Cached("SELECT id FROM objects WHERE id IN (" + narrowing +
+                                         ") AND parent = ?1 AND kind = 3 AND assoc = ?2");
+            query.Bind(1, folder_).Bind(2, std::int64_t{scope_ == Scope::AssociatedMessages});
+            for (std::size_t i = 0; i < binds.size(); ++i)
+                BindValue(query, static_cast<int>(i + 3), *binds[i]);
+            std::vector<RowKey> keys;
+            while (query.Step()) keys.push_back(query.Int(0));
+            candidates = std::move(keys);
+        });
+        return S_OK;
+    }
+    // What lacks a property (the messages not yet marked) has no index to narrow by: decide
+    // each message from the sorted holders of its tags, only as far as the window reaches.
+    std::optional<ExistenceTest> test = ExistenceTestOf(restriction);
+    if (!test) return S_OK;
+    const auto ids = store_->MessageIds(folder_, scope_ == Scope::AssociatedMessages);
+    std::vector<RowKey> keys;
+    if (!window) {
+        std::copy_if(ids->begin(), ids->end(), std::back_inserter(keys),
+                     [&](ObjectId id) { return test->Holds(id); });
+    } else if (!window->backward) {
+        for (auto it = std::lower_bound(ids->begin(), ids->end(), window->from); it != ids->end();
+             ++it) {
+            if (keys.size() == window->limit) {
+                window->more = true;
+                break;
+            }
+            if (test->Holds(*it)) keys.push_back(*it);
+        }
+    } else {
+        for (auto it = std::lower_bound(ids->begin(), ids->end(), window->from);
+             it != ids->begin();) {
+            if (keys.size() == window->limit) {
+                window->more = true;
+                break;
+            }
+            if (test->Holds(*--it)) keys.push_back(*it);
+        }
+        std::reverse(keys.begin(), keys.end());
+    }
+    candidates = std::move(keys);
     return S_OK;
 }
 
@@ -339,7 +421,7 @@ std::vector<RowKey> FolderRows::OrderedKeys(const SSortOrderSet* sort) {
                   !ComputedInRows(sort->aSort[i].ulPropTag);
     std::vector<RowKey> keys;
     if (in_sql && sort_keys == 0)
-        return store_->MessageIds(folder_, scope_ == Scope::AssociatedMessages);
+        return *store_->MessageIds(folder_, scope_ == Scope::AssociatedMessages);
     if (in_sql) {
         std::string joins, order;
         for (ULONG i = 0; i < sort_keys; ++i) {
@@ -405,7 +487,7 @@ HRESULT FolderRows::Keys(const SRestriction* restriction, const SSortOrderSet* s
     // With candidates from the indexes only they are ordered (by id, the natural order, then
     // by the sort in memory, which orders as SQL does); else the whole folder.
     std::optional<std::vector<RowKey>> candidates;
-    if (HRESULT hr = Candidates(*restriction, candidates); FAILED(hr)) return hr;
+    if (HRESULT hr = Candidates(*restriction, nullptr, candidates); FAILED(hr)) return hr;
     std::vector<RowKey> ordered;
     if (candidates) {
         ordered = std::move(*candidates);

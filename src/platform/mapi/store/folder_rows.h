@@ -6,12 +6,23 @@
 
 #include <memory>
 #include <mutex>
+#include <optional>
 #include <unordered_map>
+#include <vector>
 
 #include "row_source.h"
 #include "store_database.h"
 
 namespace orvella::platform::mapi::store {
+
+// A restriction made only of RES_EXIST tests (under RES_AND, RES_OR and RES_NOT), decided
+// exactly from the sorted ids of each tested tag's holders.
+struct ExistenceTest {
+    ULONG rt = RES_EXIST;
+    std::shared_ptr<const std::vector<ObjectId>> holders;  // RES_EXIST
+    std::vector<ExistenceTest> terms;                      // RES_AND, RES_OR, RES_NOT (one)
+    bool Holds(ObjectId id) const;
+};
 
 class FolderRows final : public RowSource {
 public:
@@ -21,7 +32,7 @@ public:
     HRESULT MembershipVersion(std::uint64_t& version) override;
     HRESULT Keys(const SRestriction* restriction, const SSortOrderSet* sort,
                  std::vector<RowKey>& keys) override;
-    HRESULT Candidates(const SRestriction& restriction,
+    HRESULT Candidates(const SRestriction& restriction, CandidateWindow* window,
                        std::optional<std::vector<RowKey>>& candidates) override;
     HRESULT Match(std::span<const RowKey> keys, const SRestriction& restriction,
                   std::vector<bool>& matches) override;
@@ -35,8 +46,15 @@ private:
     }
     // Folder ids below the folder in depth-first order with their depth (from 1).
     std::vector<std::pair<ObjectId, LONG>> WalkFolders();
-    // The SQL that narrows a restriction to candidate ids, or empty when it cannot.
+    // Whether SQL can test tag through a value index (created on first use).
+    bool Indexed(ULONG tag);
+    // The objects whose tag equals value, case-blind (a superset); empty when not indexed.
+    std::string EqualValues(ULONG tag, const SPropValue* value,
+                            std::vector<const SPropValue*>& binds);
+    // The SQL that narrows a restriction to a set of candidate ids, or empty when it cannot.
     std::string Narrowing(const SRestriction& restriction, std::vector<const SPropValue*>& binds);
+    // The restriction as existence tests alone, when it is one; else nullopt.
+    std::optional<ExistenceTest> ExistenceTestOf(const SRestriction& restriction);
     std::vector<RowKey> OrderedKeys(const SSortOrderSet* sort);
     // Orders keys by values read into memory, with CompareProps (as the SQL sort orders).
     void SortInMemory(std::vector<RowKey>& keys, const SSortOrderSet* sort);

@@ -18,7 +18,7 @@ void Keyset::BuildIndex() {
     indexed_ = true;
 }
 
-bool Keyset::Ascending() {
+bool Keyset::InKeyOrder() {
     if (order_ == Order::Unknown)
         order_ =
             std::adjacent_find(keys_.begin(), keys_.end(), std::greater_equal<>()) == keys_.end()
@@ -28,7 +28,7 @@ bool Keyset::Ascending() {
 }
 
 std::optional<std::size_t> Keyset::PositionOf(RowKey key) {
-    if (Ascending()) {
+    if (InKeyOrder()) {
         auto it = std::lower_bound(keys_.begin(), keys_.end(), key);
         if (it == keys_.end() || *it != key) return std::nullopt;
         return static_cast<std::size_t>(it - keys_.begin());

@@ -43,9 +43,11 @@ public:
     std::vector<std::size_t> PositionsFrom(std::span<const RowKey> keys, std::size_t from,
                                            bool backward);
 
+    // Whether the keys ascend (a table in its source's natural order).
+    bool InKeyOrder();
+
 private:
     void BuildIndex();
-    bool Ascending();
 
     std::vector<RowKey> keys_;
     std::unordered_map<RowKey, std::size_t> index_;

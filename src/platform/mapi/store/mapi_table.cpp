@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <cstdio>
 #include <cstring>
+#include <limits>
 #include <new>
 #include <utility>
 
@@ -18,6 +19,8 @@ constexpr std::size_t kMaxBookmarks = 255;
 constexpr std::size_t kScanBatch = 64;
 // Candidates matched per call: most searches end at one of the first few.
 constexpr std::size_t kCandidateBatch = 16;
+// Candidates asked for at a time by a search through a table in key order.
+constexpr std::size_t kCandidateWindow = 256;
 
 HRESULT CopyTags(const ULONG* tags, ULONG count, MapiBuffer<SPropTagArray>& out) {
     void* block = nullptr;
@@ -501,11 +504,25 @@ HRESULT MapiTable::SearchAll(const SRestriction& restriction, std::size_t from, 
 HRESULT MapiTable::Search(const SRestriction& restriction, std::size_t from, bool backward,
                           std::optional<std::size_t>& found) {
     found.reset();
-    std::optional<std::vector<RowKey>> candidates;
-    HRESULT hr = source_->Candidates(restriction, candidates);
-    if (FAILED(hr)) return hr;
-    if (!candidates) return SearchAll(restriction, from, backward, found);
-    return SearchCandidates(restriction, keys_.PositionsFrom(*candidates, from, backward), found);
+    if (backward ? from == 0 : from >= keys_.Size()) return S_OK;
+    // A table in key order asks for candidates a window at a time, so that a walk from match to
+    // match costs what it passes over rather than the whole table each time.
+    std::optional<CandidateWindow> window;
+    if (keys_.InKeyOrder()) {
+        window = CandidateWindow{
+            from < keys_.Size() ? keys_.At(from) : std::numeric_limits<RowKey>::max(), backward,
+            kCandidateWindow};
+    }
+    for (;;) {
+        std::optional<std::vector<RowKey>> candidates;
+        HRESULT hr = source_->Candidates(restriction, window ? &*window : nullptr, candidates);
+        if (FAILED(hr)) return hr;
+        if (!candidates) return SearchAll(restriction, from, backward, found);
+        hr = SearchCandidates(restriction, keys_.PositionsFrom(*candidates, from, backward), found);
+        if (FAILED(hr) || found || !window || !window->more || candidates->empty()) return hr;
+        window->from = backward ? candidates->front() : candidates->back() + 1;
+        window->more = false;
+    }
 }
 
 HRESULT MapiTable::FindRow(LPSRestriction lpRestriction, BOOKMARK bkOrigin, ULONG ulFlags) {

@@ -162,7 +162,7 @@ HRESULT MemoryRowSource::Keys(const SRestriction* restriction, const SSortOrderS
     return S_OK;
 }
 
-HRESULT MemoryRowSource::Candidates(const SRestriction&,
+HRESULT MemoryRowSource::Candidates(const SRestriction&, CandidateWindow*,
                                     std::optional<std::vector<RowKey>>& candidates) {
     candidates.reset();
     return S_OK;

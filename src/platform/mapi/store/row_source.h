@@ -24,6 +24,17 @@ struct RowValues {
     MapiBuffer<SPropValue> values;
 };
 
+// Where a search of a table in key order looks next: the keys from `from` up (below `from`,
+// backward). A source that honours it returns, in key order, the candidates nearest `from` in
+// that direction, at most `limit` of them, and sets `more` when it left some out; one that
+// ignores it returns them all and leaves `more` false.
+struct CandidateWindow {
+    RowKey from = 0;
+    bool backward = false;
+    std::size_t limit = 0;
+    bool more = false;
+};
+
 // Contract for the sources behind a table. A source is shared by the tables opened on it and may
 // be called from the thread of any of them: implementations serialise their own state. Every
 // method reports failure as an HRESULT (MAPI_E_CORRUPT_STORE, MAPI_E_DISK_ERROR ...) and then
@@ -44,8 +55,9 @@ public:
                          std::vector<RowKey>& keys) = 0;
 
     // A superset of the keys whose rows may satisfy `restriction`, when the source can narrow
-    // it cheaply (through an index); nullopt when every row is a candidate.
-    virtual HRESULT Candidates(const SRestriction& restriction,
+    // it cheaply (through an index); nullopt when every row is a candidate. With a window, a
+    // source may return only the candidates nearest the window's key (see CandidateWindow).
+    virtual HRESULT Candidates(const SRestriction& restriction, CandidateWindow* window,
                                std::optional<std::vector<RowKey>>& candidates) = 0;
 
     // Whether each row satisfies `restriction`: matches[i] for keys[i]; a row that is gone

@@ -1,6 +1,8 @@
 // The store file: schema, objects, properties, recipients, named properties and value indexes.
 #include "store_database.h"
 
+#include <algorithm>
+
 #include <sqlite3.h>
 
 #include <cstdio>
@@ -455,7 +457,8 @@ std::int64_t StoreDatabase::MembershipVersion(ObjectId folder) {
     return version;
 }
 
-std::vector<ObjectId> StoreDatabase::MessageIds(ObjectId folder, bool associated) {
+std::shared_ptr<const std::vector<ObjectId>> StoreDatabase::MessageIds(ObjectId folder,
+                                                                       bool associated) {
     std::lock_guard lock(mutex_);
     ReadSnapshot snapshot(db_);
     // Counts seen outside a write of our own are committed ones, which only ever grow: the ids
@@ -468,12 +471,32 @@ std::vector<ObjectId> StoreDatabase::MessageIds(ObjectId folder, bool associated
         if (known != message_ids_.end() && known->second.members == members)
             return known->second.ids;
     }
-    std::vector<ObjectId> ids;
+    auto ids = std::make_shared<std::vector<ObjectId>>();
     Statement& query = db_.Cached(
         "SELECT id FROM objects WHERE parent = ?1 AND kind = 3 AND assoc = ?2 ORDER BY id");
     query.Bind(1, folder).Bind(2, std::int64_t{associated});
-    while (query.Step()) ids.push_back(query.Int(0));
+    while (query.Step()) ids->push_back(query.Int(0));
     if (keep) message_ids_[key] = {members, ids};
+    return ids;
+}
+
+std::shared_ptr<const std::vector<ObjectId>> StoreDatabase::Holders(ULONG tag) {
+    std::lock_guard lock(mutex_);
+    ReadSnapshot snapshot(db_);
+    const bool keep = sqlite3_txn_state(db_.handle(), "main") != SQLITE_TXN_WRITE;
+    // Every write records an event and pruning keeps the newest, so the last sequence number
+    // moves whenever any value may have changed.
+    Statement& last = db_.Cached("SELECT max(seq) FROM events");
+    const std::int64_t events = last.Step() ? last.Int(0) : 0;
+    last.Reset();
+    KnownHolders& known = holders_[tag];
+    if (keep && known.ids && known.events == events) return known.ids;
+    // The tag is written into the text so that its value index (a partial index) serves.
+    Statement& query = db_.Cached("SELECT obj FROM props WHERE tag = " + std::to_string(tag));
+    auto ids = std::make_shared<std::vector<ObjectId>>();
+    while (query.Step()) ids->push_back(query.Int(0));
+    std::sort(ids->begin(), ids->end());
+    if (keep) known = {events, ids};
     return ids;
 }
 

@@ -121,7 +121,11 @@ public:
     // snapshot. Kept from one call to the next while the folder's membership count stands and
     // no write of this process is pending, so that tables opened again and again on a large
     // folder (a lookup per message) read its ids once.
-    std::vector<ObjectId> MessageIds(ObjectId folder, bool associated);
+    std::shared_ptr<const std::vector<ObjectId>> MessageIds(ObjectId folder, bool associated);
+    // The ids of every object holding a value of tag (not its multi-valued form), in id order.
+    // Kept while nothing in the store changes (its event log stands still) and no write of
+    // this process is pending, so that repeated searches for what lacks a property read once.
+    std::shared_ptr<const std::vector<ObjectId>> Holders(ULONG tag);
     // A count that changes whenever any folder is created, deleted, moved or saved.
     std::int64_t HierarchyVersion();
 
@@ -204,9 +208,14 @@ private:
     std::recursive_mutex mutex_;  // recursive: a Snapshot holds it around other methods
     struct KnownMessageIds {
         std::int64_t members = -1;  // the folder's membership count they were read at
-        std::vector<ObjectId> ids;
+        std::shared_ptr<const std::vector<ObjectId>> ids;
     };
     std::map<std::pair<ObjectId, bool>, KnownMessageIds> message_ids_;
+    struct KnownHolders {
+        std::int64_t events = -1;  // the last event recorded when they were read
+        std::shared_ptr<const std::vector<ObjectId>> ids;
+    };
+    std::map<ULONG, KnownHolders> holders_;
     Database db_;
     GUID uid_ = {};
     std::set<ULONG> indexed_tags_;

@@ -48,4 +48,13 @@ void AddIdentityCommands(CLI::App& app);
 // orvella contact add|set|list|find|search
 void AddContactCommands(CLI::App& app);
 
+// orvella stats, inbox
+void AddInboxCommands(CLI::App& app);
+
+// orvella explain
+void AddExplainCommands(CLI::App& app);
+
+// orvella process [--all | --contact ADDR]
+void AddProcessCommands(CLI::App& app);
+
 }  // namespace orvella::cli

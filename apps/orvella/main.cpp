@@ -38,10 +38,14 @@ int main(int argc, char** argv) {
     std::optional<orvella::host::terminal::TerminalFrontEnd> terminal;
     std::optional<orvella::platform::gui::ScopedFrontEnd> terminalInstalled;
     app.parse_complete_callback([&] {
-        terminal.emplace(std::cin, std::cerr, isatty(STDIN_FILENO) != 0,
-                         yes  ? PresetAnswer::Yes
-                         : no ? PresetAnswer::No
-                              : PresetAnswer::None);
+        // Progress bars are redrawn in place only on a terminal; Ctrl-C cancels a progress run.
+        using orvella::host::terminal::ProgressStyle;
+        terminal.emplace(
+            std::cin, std::cerr, isatty(STDIN_FILENO) != 0,
+            yes  ? PresetAnswer::Yes
+            : no ? PresetAnswer::No
+                 : PresetAnswer::None,
+            isatty(STDERR_FILENO) != 0 ? ProgressStyle::InPlace : ProgressStyle::FinalText, true);
         terminalInstalled.emplace(*terminal);
         if (!home.empty()) orvella::platform::SetHomeDirectory(home);
         // The profile travels as the environment MAPILogonEx reads, also to child processes.
@@ -60,6 +64,9 @@ int main(int argc, char** argv) {
     orvella::cli::AddLogCommands(app);
     orvella::cli::AddContactCommands(app);
     orvella::cli::AddThreadCommands(app);
+    orvella::cli::AddInboxCommands(app);
+    orvella::cli::AddExplainCommands(app);
+    orvella::cli::AddProcessCommands(app);
 
     try {
         app.parse(argc, argv);

@@ -18,6 +18,15 @@
 #define IDS_CONTACT_PRIORITY_FIRST 510  // "Junk" .. "Very High": 510..514
 #define IDS_CONTACT_PRIORITY_LABEL 515
 
+#define IDS_STATISTICS_CAPTION 700     // the statistics dialog
+#define IDS_STATISTICS_ANALYZED 701    // "Total Messages Analyzed:"
+#define IDS_STATISTICS_IMPORTANCE 702  // heading of the score bands
+#define IDS_STATISTICS_BAND_FIRST 703  // "High" .. "Low": 703..707
+#define IDS_STATISTICS_AUTOASSIGN 708  // heading of the rule counters
+#define IDS_STATISTICS_TOPICS 709      // "Topics Assigned"
+#define IDS_STATISTICS_FILED 710       // "Messages Filed"
+#define IDS_STATISTICS_PRIORITIES 711  // "Priorities Assigned"
+
 namespace orvella::res {
 
 // The text of string resource id; empty for an id the table does not hold, as LoadString

@@ -30,6 +30,18 @@ const std::map<UINT, const char*>& StringTable() {
         {IDS_CONTACT_PRIORITY_FIRST + 3, "High"},
         {IDS_CONTACT_PRIORITY_FIRST + 4, "Very High"},
         {IDS_CONTACT_PRIORITY_LABEL, "Priority"},
+        {IDS_STATISTICS_CAPTION, "Orvella Inbox Manager Statistics"},
+        {IDS_STATISTICS_ANALYZED, "Total Messages Analyzed:"},
+        {IDS_STATISTICS_IMPORTANCE, "Importance:"},
+        {IDS_STATISTICS_BAND_FIRST + 0, "High"},
+        {IDS_STATISTICS_BAND_FIRST + 1, "Medium"},
+        {IDS_STATISTICS_BAND_FIRST + 2, "Normal"},
+        {IDS_STATISTICS_BAND_FIRST + 3, "Default"},
+        {IDS_STATISTICS_BAND_FIRST + 4, "Low"},
+        {IDS_STATISTICS_AUTOASSIGN, "AutoAssign:"},
+        {IDS_STATISTICS_TOPICS, "Topics Assigned"},
+        {IDS_STATISTICS_FILED, "Messages Filed"},
+        {IDS_STATISTICS_PRIORITIES, "Priorities Assigned"},
     };
     return table;
 }

@@ -239,6 +239,42 @@ public:
     // The product's own domain, which is always friendly.
     const std::string& VendorDomain() const { return vendorDomain_; }
 
+    // ---- Inbox bulk updates (COutlookContext_inbox*.cpp)
+    // [inbox: public members]
+    // Every Inbox message in table order, with its subject when subjects is not null; with
+    // resetThreadScores, the counters of each registered thread an Inbox message refers to are
+    // reset in memory.
+    void GetInboxEIDs(bool resetThreadScores, std::vector<EntryId>& entryIds,
+                      std::vector<std::string>* subjects);
+    // The Inbox messages sent from any e-mail address of the contact, their threads' counters
+    // reset in memory. Without an address the lists stay empty.
+    void ResetThreadScoresAndGetInboxEIDsForContact(const EntryId& contactId,
+                                                    std::vector<EntryId>& entryIds,
+                                                    std::vector<std::string>* subjects);
+    // The Inbox messages lacking any of the five processed markers.
+    void GetUnprocessedInboxEIDs(std::vector<EntryId>& entryIds,
+                                 std::vector<std::string>* subjects);
+    // Writes the thread's average onto its other Inbox messages; failures are logged.
+    void UpdateInboxMsgThreadScores(CMsgThread* thread, const EntryId& processedMessage);
+    // Raises the stored score of each Inbox message of the thread by delta and writes the
+    // thread's average; S_OK when the walk ended.
+    HRESULT UpdateInboxMsgPriorityScores(CMsgThread* thread, LONG delta);
+
+    // ---- Statistics (COutlookContext_statistics.cpp; the table is CStatistics)
+    // [statistics: public members]
+    // S_OK with the Inbox's statistics record opened read-write (with create, a new unsaved
+    // one when there is none); MAPI_E_NOT_FOUND without create when there is none.
+    HRESULT GetStatisticsRecord(ComPtr<IMessage>& message, bool create);
+    // Whether SaveStatistics may write the statistics record.
+    bool CanWriteStatisticsRecord() const { return statisticsStoreWrite_; }
+
+    // ---- The rescoring run (src/core/CMsgRescoreDialog.cpp)
+    // [rescore: public members]
+    // The callback of the last RegisterMAPIAdvise (kept after UnregisterMAPIAdvise), and whether
+    // the store notifications are advised now: a run withdraws them and advises them again.
+    IMAPIAdvise* AdviseCallback() const { return adviseCallback_; }
+    bool IsMAPIAdviseRegistered() const { return mailConnection_ != 0 || appConnection_ != 0; }
+
     // ---- What the session found
     const std::string& OutlookVersion() const { return outlookVersion_; }
     const std::string& InstallDirectory() const { return installDirectory_; }
@@ -339,6 +375,14 @@ private:
     std::vector<std::string> userSpecifiedAddresses_;
     std::vector<std::string> friendDomains_;
     std::string vendorDomain_;
+
+    // [inbox: private members]
+    // Resets, in memory, the counters of the registered thread a row's thread id names.
+    void ResetThreadOfRow(const SPropValue& threadId);
+    // [statistics: private members]
+    bool statisticsStoreWrite_ = false;
+    // The counters were read from this session's store; only then does SaveStatistics write.
+    bool statisticsLoaded_ = false;
 
     IMAPIAdvise* adviseCallback_ = nullptr;
     ULONG_PTR mailConnection_ = 0;

@@ -27,5 +27,3 @@ void COutlookContext::Initialize() {
 // called where start-up needs it, so that filling one in changes nothing around it.
 
 void COutlookContext::InstallFormAndViews() {}
-void COutlookContext::LoadStatistics() {}
-void COutlookContext::SaveStatistics() {}

@@ -5,9 +5,11 @@
 #include <algorithm>
 #include <cctype>
 #include <istream>
+#include <optional>
 #include <ostream>
 
 #include "dialog_text.h"
+#include "progress_line.h"
 
 namespace orvella::host::terminal {
 namespace {
@@ -55,16 +57,17 @@ std::string DialogPrompt(const std::vector<ButtonChoice>& choices) {
     return prompt + "? ";
 }
 
-bool RunsByItself(const std::vector<ButtonChoice>& choices) {
-    return std::all_of(choices.begin(), choices.end(),
-                       [](const ButtonChoice& choice) { return choice.id == IDCANCEL; });
-}
+// About ten redraws a second keep a terminal readable and cost a worker next to nothing.
+constexpr std::chrono::milliseconds kRedrawInterval{100};
 
 }  // namespace
 
 TerminalFrontEnd::TerminalFrontEnd(std::istream& in, std::ostream& out, bool interactive,
-                                   PresetAnswer preset)
-    : in_(in), out_(out), interactive_(interactive), preset_(preset) {}
+                                   PresetAnswer preset, ProgressStyle progress, bool ctrlCCancels)
+    : in_(in), out_(out), interactive_(interactive), preset_(preset), progressStyle_(progress) {
+    if (ctrlCCancels)
+        interrupts_ = std::make_unique<InterruptWatch>([this] { return CancelProgressDialogs(); });
+}
 
 void TerminalFrontEnd::OnDialogOpened(const DialogView& view) {
     if (view.kind == DialogKind::MessageBox) {
@@ -96,6 +99,7 @@ void TerminalFrontEnd::AnswerDialog(const DialogView& view) {
         out_ << view.caption << '\n';
         if (RunsByItself(choices)) {
             out_.flush();
+            if (IsProgressDialog(view)) ShowProgress(view);
             return;
         }
         out_ << DialogText(view) << ButtonList(choices);
@@ -104,6 +108,85 @@ void TerminalFrontEnd::AnswerDialog(const DialogView& view) {
         out_.flush();
     }
     Press(view.hwnd, chosen);
+}
+
+// Called with the terminal locked.
+void TerminalFrontEnd::ShowProgress(const DialogView& view) {
+    {
+        std::lock_guard lock(progress_);
+        progressDialogs_[view.hwnd].drawn = std::chrono::steady_clock::now();
+    }
+    if (interrupts_) interrupts_->Arm();
+    if (progressStyle_ == ProgressStyle::InPlace) {
+        drawnWidth_ = 0;
+        Redraw(ProgressLine(view));
+    }
+}
+
+void TerminalFrontEnd::OnDialogChanged(HWND dialog) {
+    if (progressStyle_ != ProgressStyle::InPlace) return;
+    {
+        std::lock_guard lock(progress_);
+        const auto found = progressDialogs_.find(dialog);
+        if (found == progressDialogs_.end()) return;
+        const auto now = std::chrono::steady_clock::now();
+        if (now - found->second.drawn < kRedrawInterval) return;
+        found->second.drawn = now;
+    }
+    const std::optional<DialogView> view = platform::gui::ViewDialog(dialog);
+    if (!view) return;
+    // A worker must not wait while someone answers another dialog's question.
+    std::unique_lock terminal(terminal_, std::try_to_lock);
+    if (terminal.owns_lock()) Redraw(ProgressLine(*view));
+}
+
+void TerminalFrontEnd::OnDialogClosed(const DialogView& view, INT_PTR) {
+    {
+        std::lock_guard lock(progress_);
+        if (progressDialogs_.erase(view.hwnd) == 0) return;
+    }
+    if (interrupts_) interrupts_->Disarm();
+    std::lock_guard terminal(terminal_);
+    if (progressStyle_ == ProgressStyle::InPlace) {
+        Redraw(ProgressLine(view));
+        out_ << '\n';
+        drawnWidth_ = 0;
+    } else if (const std::string text = ProgressText(view); !text.empty()) {
+        out_ << text << '\n';
+    }
+    out_.flush();
+}
+
+void TerminalFrontEnd::Redraw(const std::string& line) {
+    out_ << '\r' << line;
+    // Blanks over what is left of a longer line drawn before.
+    if (line.size() < drawnWidth_) out_ << std::string(drawnWidth_ - line.size(), ' ');
+    drawnWidth_ = line.size();
+    out_.flush();
+}
+
+bool TerminalFrontEnd::CancelProgressDialogs() {
+    std::vector<HWND> cancelling;
+    {
+        std::lock_guard lock(progress_);
+        for (auto& [dialog, progress] : progressDialogs_) {
+            if (progress.cancelled) continue;
+            progress.cancelled = true;
+            cancelling.push_back(dialog);
+        }
+    }
+    if (cancelling.empty()) return false;
+    {
+        std::unique_lock terminal(terminal_, std::try_to_lock);
+        if (terminal.owns_lock()) {
+            if (drawnWidth_ > 0) out_ << '\n';
+            drawnWidth_ = 0;
+            out_ << "Ctrl-C: cancelling after the current step (Ctrl-C again quits at once)\n";
+            out_.flush();
+        }
+    }
+    for (HWND dialog : cancelling) platform::gui::ClickControl(dialog, IDCANCEL);
+    return true;
 }
 
 const ButtonChoice* TerminalFrontEnd::Choose(const std::vector<ButtonChoice>& choices,

@@ -159,12 +159,16 @@ std::string FolderRows::Narrowing(const SRestriction& res, std::vector<const SPr
                    std::to_string(res.res.resExist.ulPropTag);
         case RES_AND: {
             if (!res.res.resAnd.lpRes) return {};
-            std::string sql;
+            std::vector<std::string> parts;
             for (ULONG i = 0; i < res.res.resAnd.cRes; ++i) {
                 std::string part = Narrowing(res.res.resAnd.lpRes[i], binds);
-                if (part.empty()) continue;
-                sql += (sql.empty() ? "" : " INTERSECT ") + nested(part);
+                if (!part.empty()) parts.push_back(std::move(part));
             }
+            // A lone part stays as it is, so that a window can still seek in its index.
+            if (parts.size() == 1) return parts.front();
+            std::string sql;
+            for (const std::string& part : parts)
+                sql += (sql.empty() ? "" : " INTERSECT ") + nested(part);
             return sql;
         }
         case RES_OR: {
@@ -237,14 +241,39 @@ HRESULT FolderRows::Candidates(const SRestriction& restriction, CandidateWindow*
     if (IsHierarchy()) return S_OK;
     std::vector<const SPropValue*> binds;
     if (std::string narrowing = Narrowing(restriction, binds); !narrowing.empty()) {
+        // Within a window, the nearest candidates only: a walk through a large thread then
+        // reads each of its ids a few times, not once per step.
+        const int at = static_cast<int>(binds.size()) + 3;
+        const std::string from = std::to_string(at), limit = std::to_string(at + 1);
+        std::string sql;
+        if (window && narrowing.find('(') == std::string::npos) {
+            // One index lookup: its index (value, then object) yields the window's ids in order.
+            sql = narrowing + " AND EXISTS (SELECT 1 FROM objects WHERE id = obj AND parent = ?1" +
+                  " AND kind = 3 AND assoc = ?2)" +
+                  (window->backward ? " AND obj < ?" + from + " ORDER BY obj DESC"
+                                    : " AND obj >= ?" + from + " ORDER BY obj") +
+                  " LIMIT ?" + limit;
+        } else {
+            sql = "SELECT id FROM objects WHERE id IN (" + narrowing +
+                  ") AND parent = ?1 AND kind = 3 AND assoc = ?2";
+            if (window)
+                sql += (window->backward ? " AND id < ?" + from + " ORDER BY id DESC"
+                                         : " AND id >= ?" + from + " ORDER BY id") +
+                       " LIMIT ?" + limit;
+        }
         store_->WithDatabase([&](Database& db) {
-            Statement& query = db.Cached("SELECT id FROM objects WHERE id IN (" + narrowing +
-                                         ") AND parent = ?1 AND kind = 3 AND assoc = ?2");
+            Statement& query = db.Cached(sql);
             query.Bind(1, folder_).Bind(2, std::int64_t{scope_ == Scope::AssociatedMessages});
             for (std::size_t i = 0; i < binds.size(); ++i)
                 BindValue(query, static_cast<int>(i + 3), *binds[i]);
+            if (window)
+                query.Bind(at, window->from).Bind(at + 1, static_cast<std::int64_t>(window->limit));
             std::vector<RowKey> keys;
             while (query.Step()) keys.push_back(query.Int(0));
+            if (window) {
+                window->more = keys.size() == window->limit;
+                if (window->backward) std::reverse(keys.begin(), keys.end());
+            }
             candidates = std::move(keys);
         });
         return S_OK;

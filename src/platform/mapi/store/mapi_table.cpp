@@ -20,7 +20,7 @@ constexpr std::size_t kScanBatch = 64;
 // Candidates matched per call: most searches end at one of the first few.
 constexpr std::size_t kCandidateBatch = 16;
 // Candidates asked for at a time by a search through a table in key order.
-constexpr std::size_t kCandidateWindow = 256;
+constexpr std::size_t kCandidateWindow = 64;
 
 HRESULT CopyTags(const ULONG* tags, ULONG count, MapiBuffer<SPropTagArray>& out) {
     void* block = nullptr;

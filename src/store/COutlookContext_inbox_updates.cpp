@@ -1,0 +1,114 @@
+// Rewriting the stored scores of one thread's Inbox messages in place: the thread's new average
+// after a message joined it, and a changed score after its priority or reply count changed.
+#include "COutlookContext.h"
+#include "mapiutil.h"
+#include "restricted_walk.h"
+#include "store_failures.h"
+#include "thread_record_props.h"
+
+using namespace store_failures;
+using namespace thread_records;
+
+namespace {
+
+SRestriction ThreadIs(ULONG threadIdTag, SPropValue& threadId) {
+    SRestriction restriction = {};
+    restriction.rt = RES_PROPERTY;
+    restriction.res.resProperty = {RELOP_EQ, threadIdTag, &threadId};
+    return restriction;
+}
+
+}  // namespace
+
+void COutlookContext::UpdateInboxMsgThreadScores(CMsgThread* thread,
+                                                 const EntryId& processedMessage) {
+    const std::string operation = "UpdateInboxMsgThreadScores";
+    try {
+        ComPtr<IMAPIFolder> inbox = GetInboxFolder(false);
+        ComPtr<IMAPITable> table;
+        CheckMapi(inbox->GetContentsTable(0, &table), inbox.Get(),
+                  operation + ": GetContentsTable failed");
+        SizedSPropTagArray(1, columns) = {1, {PR_ENTRYID}};
+        CheckMapi(table->SetColumns(reinterpret_cast<LPSPropTagArray>(&columns), 0), table.Get(),
+                  operation + ": SetColumns failed");
+
+        SPropValue threadId = LongValue(itemsTags_[IP_THREAD_ID], thread->GetThreadID());
+        SPropValue processed = {};
+        processed.ulPropTag = PR_ENTRYID;
+        processed.Value.bin = {processedMessage.cb(),
+                               reinterpret_cast<LPBYTE>(processedMessage.get())};
+        // Only the messages that do not show the average yet: in a long thread one more message
+        // seldom moves the average, and then nothing needs writing.
+        SPropValue score = LongValue(itemsTags_[IP_THREAD_SCORE], -thread->GetThreadScore());
+        SRestriction shown[2] = {};
+        shown[0].rt = RES_EXIST;
+        shown[0].res.resExist.ulPropTag = score.ulPropTag;
+        shown[1].rt = RES_PROPERTY;
+        shown[1].res.resProperty = {RELOP_EQ, score.ulPropTag, &score};
+        SRestriction showsAverage = {};
+        showsAverage.rt = RES_AND;
+        showsAverage.res.resAnd = {2, shown};
+        SRestriction parts[3] = {ThreadIs(itemsTags_[IP_THREAD_ID], threadId), {}, {}};
+        parts[1].rt = RES_PROPERTY;
+        parts[1].res.resProperty = {RELOP_NE, PR_ENTRYID, &processed};
+        parts[2].rt = RES_NOT;
+        parts[2].res.resNot.lpRes = &showsAverage;
+        SRestriction others = {};
+        others.rt = RES_AND;
+        others.res.resAnd = {3, parts};
+
+        WalkRestricted(table.Get(), &others, 1, WalkFailuresOf(operation),
+                       [&](const SRowSet& rows) {
+                           const SRow& row = rows.aRow[0];
+                           if (row.cValues == 0) FailProgram(operation + ":no data in table row");
+                           if (row.lpProps[0].ulPropTag != PR_ENTRYID)
+                               FailProgram(operation + ":Invalid entryid in table");
+                           ComPtr<IMessage> message =
+                               OpenRecord(mailStore_.Get(), EntryId(row.lpProps[0].Value.bin),
+                                          operation + "::couldn't open messsage");
+                           CheckMapi(HrSetOneProp(message.Get(), &score), message.Get(),
+                                     operation + "::couldn't update messsage thread score");
+                           CheckMapi(message->SaveChanges(KEEP_OPEN_READWRITE), message.Get(),
+                                     operation + "::couldn't save messsage thread score");
+                           return true;
+                       });
+    } catch (const orvella::diag::BaseException& failure) {
+        ReportFailure(failure);
+    }
+}
+
+HRESULT COutlookContext::UpdateInboxMsgPriorityScores(CMsgThread* thread, LONG delta) {
+    const std::string operation = "UpdateInboxMsgPriorityScores";
+    ComPtr<IMAPIFolder> inbox = GetInboxFolder(false);
+    ComPtr<IMAPITable> table;
+    CheckMapi(inbox->GetContentsTable(0, &table), inbox.Get(),
+              operation + "::getContentsTable Inbox failed");
+    const ULONG scoreTag = itemsTags_[IP_MSG_SCORE];
+    SizedSPropTagArray(2, columns) = {2, {PR_ENTRYID, scoreTag}};
+    CheckMapi(table->SetColumns(reinterpret_cast<LPSPropTagArray>(&columns), 0), table.Get(),
+              operation + ": SetColumns failed");
+    SPropValue threadId = LongValue(itemsTags_[IP_THREAD_ID], thread->GetThreadID());
+    SRestriction ofThread = ThreadIs(itemsTags_[IP_THREAD_ID], threadId);
+    const LONG threadScore = -thread->GetThreadScore();
+    WalkRestricted(table.Get(), &ofThread, 1, WalkFailuresOf(operation), [&](const SRowSet& rows) {
+        const SRow& row = rows.aRow[0];
+        // A row the table could not fill ends the walk.
+        if (row.cValues != 2)
+            return ReportShortRow(operation + ":missing data in table row", __LINE__);
+        if (row.lpProps[0].ulPropTag != PR_ENTRYID)
+            FailProgram(operation + ": entryid not found in table row");
+        if (row.lpProps[1].ulPropTag != scoreTag) FailProgram(operation + ":Missing thread score");
+        ComPtr<IMessage> message = OpenRecord(mailStore_.Get(), EntryId(row.lpProps[0].Value.bin),
+                                              operation + "::couldn't open messsage");
+        // Stored negated: the score rises by delta.
+        std::vector<SPropValue> values = {
+            LongValue(scoreTag, row.lpProps[1].Value.l - delta),
+            LongValue(itemsTags_[IP_THREAD_SCORE], threadScore),
+        };
+        SetPropsOrFail(message.Get(), values, operation + ": SetProps failed");
+        CheckMapi(message->SaveChanges(KEEP_OPEN_READWRITE), message.Get(),
+                  operation + "::couldn't save messsage priority score");
+        return true;
+    });
+    return S_OK;
+}

@@ -40,7 +40,10 @@ TEST_F(RescoreRunTest, CancelDuringMessage5Of50StopsAfterItAndTheDialogStillClos
 
     std::future<INT_PTR> result;
     LiveDialog live = StartRunUntil(dialog, result, "processing 5 of 50: Message 5");
-    EXPECT_EQ(live.View().Find(IDC_RESCORE_PROGRESS)->position, 4);
+    // The position follows the text.
+    EXPECT_TRUE(live.WaitUntil(
+        [](const DialogView& view) { return view.Find(IDC_RESCORE_PROGRESS)->position == 4; },
+        10s));
     live.Press(IDCANCEL);
     EXPECT_TRUE(live.WaitClosed(10s));
     EXPECT_EQ(result.get(), 1);

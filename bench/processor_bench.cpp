@@ -19,6 +19,7 @@
 #include "COutlookContext.h"
 #include "MsgProcessor.h"
 #include "addin_ids.h"
+#include "bench_guard.h"
 #include "installation.h"
 #include "mapi_values.h"
 #include "mapiutil.h"
@@ -28,6 +29,7 @@
 
 namespace {
 
+using orvella::bench::Guard;
 using orvella::platform::mapi::ComPtr;
 using orvella::platform::mapi::LongValue;
 using orvella::platform::mapi::TextValue;
@@ -212,15 +214,6 @@ struct Generated {
 Generated& Mailbox() {
     static Generated generated;
     return generated;
-}
-
-template <class Body>
-void Guard(benchmark::State& state, Body&& body) {
-    try {
-        body();
-    } catch (const std::exception& failure) {
-        state.SkipWithError(failure.what());
-    }
 }
 
 // The rescoring run over the whole Inbox (thread scores reset, each message scored and written,

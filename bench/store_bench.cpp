@@ -8,6 +8,7 @@
 #include <string>
 #include <vector>
 
+#include "bench_guard.h"
 #include "mapi_ptr.h"
 #include "mapitags.h"
 #include "mapix.h"
@@ -20,16 +21,6 @@ using platform::mapi::ComPtr;
 using platform::mapi::RowSetPtr;
 
 constexpr LONG kPageRows = 50;
-
-// Runs `body`; a failure skips the benchmark with its reason instead of ending the run.
-template <class Body>
-void Guard(benchmark::State& state, Body&& body) {
-    try {
-        body();
-    } catch (const std::exception& failure) {
-        state.SkipWithError(failure.what());
-    }
-}
 
 ComPtr<IMAPITable> ContentsTable(IMAPIFolder* folder) {
     ComPtr<IMAPITable> table;

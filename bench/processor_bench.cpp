@@ -238,6 +238,14 @@ BENCHMARK(RescoreInbox)->Iterations(1)->Unit(benchmark::kSecond)->UseRealTime();
 void UnprocessedQuery(benchmark::State& state) {
     Guard(state, [&] {
         Generated& box = Mailbox();
+        // The first query on a store builds the value indexes of the five markers, once.
+        const auto began = std::chrono::steady_clock::now();
+        {
+            std::vector<EntryId> entryIds;
+            box.context->GetUnprocessedInboxEIDs(entryIds, nullptr);
+        }
+        state.counters["first_query_ms"] =
+            std::chrono::duration<double>(std::chrono::steady_clock::now() - began).count() * 1e3;
         for (auto _ : state) {
             std::vector<EntryId> entryIds;
             std::vector<std::string> subjects;

@@ -54,17 +54,22 @@ ComPtr<IMAPIFolder> ImportFolders::Child(IMAPIFolder* parent, const std::string&
                                          const std::string& path) {
     ComPtr<IMAPITable> table;
     CheckStore(parent->GetHierarchyTable(0, &table), "reading the folders of " + path);
-    SizedSPropTagArray(2, columns) = {2, {PR_DISPLAY_NAME_A, PR_ENTRYID}};
+    SizedSPropTagArray(3, columns) = {3, {PR_DISPLAY_NAME_A, PR_ENTRYID, PR_CONTAINER_CLASS_A}};
     RowSetPtr rows;
     CheckStore(HrQueryAllRows(table.Get(), reinterpret_cast<LPSPropTagArray>(&columns), nullptr,
                               nullptr, 0, &rows),
                "reading the folders of " + path);
     for (ULONG i = 0; i < rows->cRows; ++i) {
         const SPropValue* props = rows->aRow[i].lpProps;
-        if (props[0].ulPropTag == PR_DISPLAY_NAME_A && props[1].ulPropTag == PR_ENTRYID &&
-            strcasecmp(props[0].Value.lpszA, name.c_str()) == 0) {
-            return OpenById(props[1].Value.bin, "opening folder " + path);
-        }
+        if (props[0].ulPropTag != PR_DISPLAY_NAME_A || props[1].ulPropTag != PR_ENTRYID ||
+            strcasecmp(props[0].Value.lpszA, name.c_str()) != 0)
+            continue;
+        // Mail never goes into a folder of other items (a "contacts" directory of messages is
+        // not the Contacts folder): it gets a mail folder of its own beside it.
+        if (props[2].ulPropTag == PR_CONTAINER_CLASS_A &&
+            strncasecmp(props[2].Value.lpszA, "IPF.Note", 8) != 0)
+            return Child(parent, name + " (mail)", path + " (mail)");
+        return OpenById(props[1].Value.bin, "opening folder " + path);
     }
     ComPtr<IMAPIFolder> created;
     CheckStore(parent->CreateFolder(FOLDER_GENERIC, const_cast<char*>(name.c_str()), nullptr,

@@ -12,6 +12,7 @@
 #include <fstream>
 #include <iterator>
 #include <map>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -127,10 +128,14 @@ std::string FolderOf(const fs::path& relative_dir) {
         {"inbox", "Inbox"},           {"notes_inbox", "Inbox"},
         {"sent", "Sent Items"},       {"_sent_mail", "Sent Items"},
         {"sent_items", "Sent Items"}, {"deleted_items", "Deleted Items"}};
+    // Folders of other items that a directory of mail must not land in.
+    static const std::set<std::string> kNotMail = {"calendar", "contacts", "journal", "notes",
+                                                   "tasks"};
     std::string folder;
     for (const fs::path& piece : relative_dir) {
         std::string name = piece.string();
         if (folder.empty() && kStandard.count(name)) name = kStandard.at(name);
+        if (folder.empty() && kNotMail.count(name)) name += " (mail)";
         folder += (folder.empty() ? "" : "/") + name;
     }
     return folder;

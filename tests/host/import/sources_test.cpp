@@ -159,6 +159,21 @@ TEST_F(Sources, TreeMapsDirectoriesOntoFolders) {
                                                                      {"projects/inbox", 1}}));
 }
 
+// A directory named like a folder of other items (contacts, calendar) is mail all the same: it
+// gets a mail folder beside that folder, which stays as it was.
+TEST_F(Sources, TreeKeepsMailOutOfFoldersOfOtherItems) {
+    WriteFile("box/contacts/1.", Message("box/contacts/1."));
+    WriteFile("box/Calendar/1.", Message("box/Calendar/1."));
+    mail::ImportOptions options;
+    options.tree = true;
+    const mail::ImportReport report = Import({MailDir() / "box"}, options);
+    EXPECT_TRUE(report.skipped.empty());
+    EXPECT_EQ(CountIn("Contacts"), 0u);
+    EXPECT_EQ(CountIn("Calendar"), 0u);
+    EXPECT_EQ(CountIn("contacts (mail)"), 1u);
+    EXPECT_EQ(CountIn("Calendar (mail)"), 1u);
+}
+
 TEST_F(Sources, DedupeSkipsMessageIdsTheFolderHolds) {
     const auto first = WriteFile("a.eml", Message("first", "same@example.org"));
     const auto again = WriteFile("b.eml", Message("first again", "same@example.org"));

@@ -109,6 +109,7 @@ protected:
 
     ULONG thread_ = 0;
     std::vector<BYTE> message_;
+    int fresh_folders_ = 0;
 };
 
 TEST_F(StoreQueryPlanTest, HotQueriesSearchTheirIndexes) {
@@ -125,15 +126,24 @@ TEST_F(StoreQueryPlanTest, HotQueriesSearchTheirIndexes) {
     const std::vector<std::string> row_values = {
         "SEARCH props USING PRIMARY KEY (obj=? AND tag=?)"};
     const Case cases[] = {
-        // The folder's ids are kept while its membership stands, so a message arrives first.
+        // Ids are read once per folder, then followed through the event log.
+        {"the first table on a folder",
+         [&] {
+             ComPtr<IMAPIFolder> fresh =
+                 MakeFolder(inbox_.Get(), ("Fresh " + std::to_string(++fresh_folders_)).c_str());
+             ComPtr<IMAPITable> table;
+             ASSERT_EQ(fresh->GetContentsTable(0, &table), S_OK);
+             ULONG count = 0;
+             ASSERT_EQ(table->GetRowCount(0, &count), S_OK);
+         },
+         {{"SEARCH objects USING COVERING INDEX objects_by_parent (parent=? AND kind=? AND "
+           "assoc=?)"}}},
         {"a paged read of the Inbox after a message arrives",
          [&] {
              SaveMessage({Text(PR_SUBJECT_A, "arrives")});
              ReadPages(ContentsTable().Get());
          },
-         {{"SEARCH objects USING COVERING INDEX objects_by_parent (parent=? AND kind=? AND "
-           "assoc=?)"},
-          row_values}},
+         {{"SEARCH events USING INTEGER PRIMARY KEY (rowid>?)"}, row_values}},
         {"a restricted walk by thread id",
          [&] { Walk(by_thread, 20); },
          {{"SEARCH props USING COVERING INDEX value_80000003 (val=? AND obj>?)",
@@ -184,19 +194,39 @@ TEST_F(StoreQueryPlanTest, HotQueriesSearchTheirIndexes) {
     }
 }
 
-// A lookup per message opens a table on the same large folder again and again: while the
-// folder's membership stands, its ids are read once.
-TEST_F(StoreQueryPlanTest, TablesOnAnUnchangedFolderReadItsIdsOnce) {
+// A lookup per message opens a table on the same large folder again and again: its ids are
+// read once, and messages arriving or leaving are followed through the event log.
+TEST_F(StoreQueryPlanTest, TablesOnAFolderReadItsIdsOnceAndFollowItsChanges) {
     auto reads_ids = [](const std::vector<std::string>& statements) {
         return std::any_of(statements.begin(), statements.end(), [](const std::string& sql) {
             return sql.find("SELECT id FROM objects WHERE parent") != std::string::npos;
         });
     };
+    auto rows = [&] {
+        ULONG count = 0;
+        EXPECT_EQ(ContentsTable()->GetRowCount(0, &count), S_OK);
+        return count;
+    };
     auto page = [&] { ReadPages(ContentsTable().Get()); };
     page();
     EXPECT_FALSE(reads_ids(StatementsRunBy(page)));
-    SaveMessage({Text(PR_SUBJECT_A, "arrives")});
-    EXPECT_TRUE(reads_ids(StatementsRunBy(page)));
+    std::vector<BYTE> arrived = SaveMessage({Text(PR_SUBJECT_A, "arrives")});
+    EXPECT_FALSE(reads_ids(StatementsRunBy(page)));
+    EXPECT_EQ(rows(), ULONG{kInboxMessages} + 1);
+
+    SBinary id = {static_cast<ULONG>(arrived.size()), arrived.data()};
+    SBinary ids[] = {id, {static_cast<ULONG>(message_.size()), message_.data()}};
+    ENTRYLIST gone = {2, ids};
+    ASSERT_EQ(inbox_->DeleteMessages(&gone, 0, nullptr, 0), S_OK);
+    EXPECT_FALSE(reads_ids(StatementsRunBy(page)));
+    EXPECT_EQ(rows(), ULONG{kInboxMessages} - 1);
+    // Moved in from another folder: the message joins.
+    ComPtr<IMAPIFolder> other = MakeFolder(inbox_.Get(), "Elsewhere");
+    std::vector<BYTE> moved = SaveIn(other.Get(), {Text(PR_SUBJECT_A, "moved")});
+    SBinary move_id = {static_cast<ULONG>(moved.size()), moved.data()};
+    ENTRYLIST moving = {1, &move_id};
+    ASSERT_EQ(other->CopyMessages(&moving, nullptr, inbox_.Get(), 0, nullptr, MESSAGE_MOVE), S_OK);
+    EXPECT_EQ(rows(), ULONG{kInboxMessages});
 }
 
 }  // namespace

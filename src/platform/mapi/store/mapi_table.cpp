@@ -17,10 +17,12 @@ namespace {
 constexpr std::size_t kMaxBookmarks = 255;
 // Rows matched per call to the source when FindRow scans every row from its origin.
 constexpr std::size_t kScanBatch = 64;
-// Candidates matched per call: most searches end at one of the first few.
+// The most candidates matched per call (batches grow to it from one).
 constexpr std::size_t kCandidateBatch = 16;
-// Candidates asked for at a time by a search through a table in key order.
-constexpr std::size_t kCandidateWindow = 64;
+// Candidates asked for first by a search through a table in key order.
+constexpr std::size_t kCandidateWindow = 8;
+// Each further window of one search is twice as large, up to this.
+constexpr std::size_t kCandidateWindowMost = 1024;
 
 HRESULT CopyTags(const ULONG* tags, ULONG count, MapiBuffer<SPropTagArray>& out) {
     void* block = nullptr;
@@ -453,8 +455,12 @@ HRESULT MapiTable::SearchCandidates(const SRestriction& restriction,
                                     std::optional<std::size_t>& found) {
     std::vector<RowKey> batch;
     std::vector<bool> matches;
-    for (std::size_t begin = 0; begin < positions.size(); begin += kCandidateBatch) {
-        const std::size_t end = std::min(positions.size(), begin + kCandidateBatch);
+    // Batches grow from one candidate: most searches end at the first, and a walk from match
+    // to match should read one row per step, not a batch.
+    std::size_t size = 1;
+    for (std::size_t begin = 0; begin < positions.size();
+         begin += size, size = std::min(size * 2, kCandidateBatch)) {
+        const std::size_t end = std::min(positions.size(), begin + size);
         batch.clear();
         for (std::size_t i = begin; i < end; ++i) batch.push_back(keys_.At(positions[i]));
         HRESULT hr = source_->Match(batch, restriction, matches);
@@ -522,6 +528,7 @@ HRESULT MapiTable::Search(const SRestriction& restriction, std::size_t from, boo
         if (FAILED(hr) || found || !window || !window->more || candidates->empty()) return hr;
         window->from = backward ? candidates->front() : candidates->back() + 1;
         window->more = false;
+        window->limit = std::min(window->limit * 2, kCandidateWindowMost);
     }
 }
 

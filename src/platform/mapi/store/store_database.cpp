@@ -465,18 +465,69 @@ std::shared_ptr<const std::vector<ObjectId>> StoreDatabase::MessageIds(ObjectId 
     // read at a count are the ids at that count for good.
     const bool keep = sqlite3_txn_state(db_.handle(), "main") != SQLITE_TXN_WRITE;
     const std::int64_t members = MembershipVersion(folder);
-    const auto key = std::make_pair(folder, associated);
-    if (keep) {
-        auto known = message_ids_.find(key);
-        if (known != message_ids_.end() && known->second.members == members)
-            return known->second.ids;
+    const std::int64_t events = LastEvent();
+    KnownMessageIds* known = keep ? &message_ids_[std::make_pair(folder, associated)] : nullptr;
+    if (known && known->ids && known->members == members) return known->ids;
+    std::shared_ptr<const std::vector<ObjectId>> ids;
+    // A few changes are followed through the log; after many, reading the ids is cheaper.
+    if (known && known->ids && events - known->events <= kEventsFollowed)
+        ids = FollowMembership(folder, associated, *known);
+    if (!ids) {
+        auto read = std::make_shared<std::vector<ObjectId>>();
+        Statement& query = db_.Cached(
+            "SELECT id FROM objects WHERE parent = ?1 AND kind = 3 AND assoc = ?2 ORDER BY id");
+        query.Bind(1, folder).Bind(2, std::int64_t{associated});
+        while (query.Step()) read->push_back(query.Int(0));
+        ids = std::move(read);
     }
-    auto ids = std::make_shared<std::vector<ObjectId>>();
-    Statement& query = db_.Cached(
-        "SELECT id FROM objects WHERE parent = ?1 AND kind = 3 AND assoc = ?2 ORDER BY id");
-    query.Bind(1, folder).Bind(2, std::int64_t{associated});
-    while (query.Step()) ids->push_back(query.Int(0));
-    if (keep) message_ids_[key] = {members, ids};
+    if (known) *known = {members, events, ids};
+    return ids;
+}
+
+std::int64_t StoreDatabase::LastEvent() {
+    Statement& last = db_.Cached("SELECT max(seq) FROM events");
+    const std::int64_t seq = last.Step() ? last.Int(0) : 0;
+    last.Reset();
+    return seq;
+}
+
+std::shared_ptr<const std::vector<ObjectId>> StoreDatabase::FollowMembership(
+    ObjectId folder, bool associated, const KnownMessageIds& known) {
+    // Every join and leave is in the event log; once pruning took events the ids were read
+    // after, they are read again.
+    Statement& first = db_.Cached("SELECT min(seq) FROM events");
+    const std::int64_t oldest = first.Step() ? first.Int(0) : 0;
+    first.Reset();
+    if (oldest == 0 || oldest > known.events + 1) return nullptr;
+    auto ids = std::make_shared<std::vector<ObjectId>>(*known.ids);
+    auto join = [&](ObjectId id) {
+        Statement& object = db_.Cached("SELECT assoc FROM objects WHERE id = ?1").Bind(1, id);
+        const bool present = object.Step() && (object.Int(0) != 0) == associated;
+        object.Reset();
+        auto at = std::lower_bound(ids->begin(), ids->end(), id);
+        if (present && (at == ids->end() || *at != id)) ids->insert(at, id);
+    };
+    auto leave = [&](ObjectId id) {
+        auto at = std::lower_bound(ids->begin(), ids->end(), id);
+        if (at != ids->end() && *at == id) ids->erase(at);
+    };
+    Statement& read = db_.Cached(
+        "SELECT type, obj, parent, old_parent FROM events WHERE seq > ?1 AND kind = 3 AND "
+        "(parent = ?2 OR old_parent = ?2) ORDER BY seq");
+    read.Bind(1, known.events).Bind(2, folder);
+    while (read.Step()) {
+        const auto type = static_cast<ULONG>(read.Int(0));
+        const ObjectId id = read.Int(1), parent = read.Int(2), old_parent = read.Int(3);
+        if (type == fnevObjectCreated || type == fnevObjectCopied) {
+            if (parent == folder) join(id);
+        } else if (type == fnevObjectDeleted) {
+            if (parent == folder) leave(id);
+        } else if (type == fnevObjectMoved) {
+            if (parent == folder) join(id);
+            if (old_parent == folder && parent != folder) leave(id);
+        }
+    }
+    read.Reset();
     return ids;
 }
 
@@ -486,9 +537,7 @@ std::shared_ptr<const std::vector<ObjectId>> StoreDatabase::Holders(ULONG tag) {
     const bool keep = sqlite3_txn_state(db_.handle(), "main") != SQLITE_TXN_WRITE;
     // Every write records an event and pruning keeps the newest, so the last sequence number
     // moves whenever any value may have changed.
-    Statement& last = db_.Cached("SELECT max(seq) FROM events");
-    const std::int64_t events = last.Step() ? last.Int(0) : 0;
-    last.Reset();
+    const std::int64_t events = LastEvent();
     KnownHolders& known = holders_[tag];
     if (keep && known.ids && known.events == events) return known.ids;
     // The tag is written into the text so that its value index (a partial index) serves.

@@ -189,6 +189,8 @@ public:
     // another. A save of a new message into the receive folder is also new mail. The log keeps
     // the newest kEventsKept events.
     static constexpr std::int64_t kEventsKept = 100'000;
+    // The most events a cached folder's ids follow before they are read again.
+    static constexpr std::int64_t kEventsFollowed = 1'000;
     std::int64_t LastEventSeq();
     std::vector<StoreEvent> EventsAfter(std::int64_t seq, std::size_t limit);
     Notifier& notifier() { return *notifier_; }
@@ -204,13 +206,20 @@ private:
     void RecordSave(const SaveRequest& request, ObjectId id, ObjectId parent);
     std::optional<ObjectId> ReceiveFolderLocked();
     void UpgradeSchema(std::int64_t from);
+    // The sequence number of the newest event recorded, 0 for none.
+    std::int64_t LastEvent();
 
     std::recursive_mutex mutex_;  // recursive: a Snapshot holds it around other methods
     struct KnownMessageIds {
         std::int64_t members = -1;  // the folder's membership count they were read at
+        std::int64_t events = 0;    // the last event recorded then
         std::shared_ptr<const std::vector<ObjectId>> ids;
     };
     std::map<std::pair<ObjectId, bool>, KnownMessageIds> message_ids_;
+    // Known ids brought up to date through the event log; null when the log no longer holds
+    // every event since they were read.
+    std::shared_ptr<const std::vector<ObjectId>> FollowMembership(ObjectId folder, bool associated,
+                                                                  const KnownMessageIds& known);
     struct KnownHolders {
         std::int64_t events = -1;  // the last event recorded when they were read
         std::shared_ptr<const std::vector<ObjectId>> ids;

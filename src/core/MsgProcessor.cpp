@@ -2,8 +2,6 @@
 // its thread, score, stored attributes, counters and rules.
 #include "MsgProcessor.h"
 
-#include <functional>
-
 #include "CMsgAnalyzeManager.h"
 #include "CMsgScore.h"
 #include "COutlookContext.h"
@@ -68,14 +66,13 @@ FILETIME MessageTime(IMessage* message, const SPropValue* properties) {
 
 // Steps of a scored message: thread, score, the thread's record, the message's attributes, the
 // thread's other Inbox messages, the counters. False when the attributes could not be written.
-bool ScoreMessage(COutlookContext& context, IMsgScore& scorer, IMessage* message,
-                  LPSPropValue properties,
-                  const std::function<void(CMsgThread*, EntryId)>& showThreadScore) {
+bool ScoreMessage(COutlookContext& context, IMsgScore& scorer, ThreadWrites& threadWrites,
+                  IMessage* message, LPSPropValue properties) {
     const SPropValue* subject = MsgPropValue(properties, MP_SUBJECT, PR_SUBJECT_A);
     MsgThreadPtr thread;
     context.GetOrCreateThread(subject ? subject->Value.lpszA : nullptr, message, thread);
     const LONG messageScore = scorer.GetScore(message, properties, thread.Get());
-    context.UpdateThreadScore(thread.Get(), messageScore);
+    threadWrites.AddScore(thread.Get(), messageScore);
 
     // A message the user may not change, or one deleted meanwhile, stops here unreported.
     if (FAILED(context.SaveMsgAttributes(message, messageScore, thread->GetTopic(),
@@ -83,7 +80,8 @@ bool ScoreMessage(COutlookContext& context, IMsgScore& scorer, IMessage* message
                                          MessageTime(message, properties))))
         return false;
     const SPropValue* self = MsgPropValue(properties, MP_ENTRYID, PR_ENTRYID);
-    showThreadScore(thread.Get(), self ? EntryId(self->Value.bin) : context.GetEID(message));
+    threadWrites.ShowAverage(thread.Get(),
+                             self ? EntryId(self->Value.bin) : context.GetEID(message));
     CountScoredMessage(messageScore);
     return true;
 }
@@ -115,36 +113,13 @@ int MsgProcessor::ProcessMsg(ULONG cbEntryId, LPENTRYID entryId, bool skipIfProc
     return 0;
 }
 
-void MsgProcessor::ShowThreadScore(CMsgThread* thread, EntryId processedMessage) {
-    {
-        std::lock_guard lock(deferral_);
-        if (deferredThreadScores_) {
-            // The thread's last message processed carries the average the others are given.
-            deferredThreadScores_->insert_or_assign(
-                thread->GetThreadID(),
-                DeferredThreadScore{MsgThreadPtr(thread), std::move(processedMessage)});
-            return;
-        }
-    }
-    context_->UpdateInboxMsgThreadScores(thread, processedMessage);
-}
-
 void MsgProcessor::DeferThreadScores() {
-    std::lock_guard lock(deferral_);
-    if (!deferredThreadScores_) deferredThreadScores_.emplace();
+    threadWrites_.Defer();
 }
 
 void MsgProcessor::ShowDeferredThreadScores() {
     MutexHold hold(mutex_);
-    std::map<LONG, DeferredThreadScore> pending;
-    {
-        std::lock_guard lock(deferral_);
-        if (!deferredThreadScores_) return;
-        pending = std::move(*deferredThreadScores_);
-        deferredThreadScores_.reset();
-    }
-    for (auto& [id, deferred] : pending)
-        context_->UpdateInboxMsgThreadScores(deferred.thread.Get(), deferred.processedMessage);
+    threadWrites_.Flush();
 }
 
 void MsgProcessor::ReloadRules() {
@@ -191,10 +166,8 @@ void MsgProcessor::ProcessMsgInternal(ULONG cbEntryId, LPENTRYID entryId, bool s
         if (!skipIfProcessed || needsProcessing) {
             CheckMapi(ReadMsgProps(message.Get(), properties), message.Get(), kProcessorModule,
                       "ProcessMsgInternal: failed to open msg props");
-            if (score && !ScoreMessage(*context_, *scorer_, message.Get(), properties.Get(),
-                                       [&](CMsgThread* thread, EntryId self) {
-                                           ShowThreadScore(thread, std::move(self));
-                                       }))
+            if (score &&
+                !ScoreMessage(*context_, *scorer_, threadWrites_, message.Get(), properties.Get()))
                 return;
         }
         if (runRules || (needsProcessing && runRulesIfNew))

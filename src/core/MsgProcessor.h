@@ -3,13 +3,9 @@
 // writes the results onto it, counts it and runs the AutoAssign rules over it.
 #pragma once
 
-#include <map>
 #include <memory>
-#include <mutex>
-#include <optional>
 
-#include "CMsgThread.h"
-#include "entry_id.h"
+#include "ThreadWrites.h"
 #include "mapidefs.h"
 #include "windef.h"
 
@@ -39,10 +35,9 @@ public:
     // Loads the rule list again under the mutex.
     void ReloadRules();
 
-    // For a run over many messages: from DeferThreadScores on, the thread score shown on each
-    // thread's other Inbox messages is written once per thread, by ShowDeferredThreadScores,
-    // instead of after every message. The end state is the same; a thread of n messages then
-    // costs n writes instead of n * n / 2. ShowDeferredThreadScores takes the mutex.
+    // For a run over many messages: from DeferThreadScores on, each thread's record and the
+    // average shown on its other Inbox messages are written once per thread, by
+    // ShowDeferredThreadScores (see ThreadWrites). ShowDeferredThreadScores takes the mutex.
     void DeferThreadScores();
     void ShowDeferredThreadScores();
 
@@ -53,18 +48,9 @@ private:
     void ProcessMsgInternal(ULONG cbEntryId, LPENTRYID entryId, bool skipIfProcessed, bool score,
                             bool runRules, bool runRulesIfNew);
 
-    // Writes the thread's average onto its other Inbox messages, now or when deferred.
-    void ShowThreadScore(CMsgThread* thread, EntryId processedMessage);
-
-    struct DeferredThreadScore {
-        MsgThreadPtr thread;
-        EntryId processedMessage;
-    };
-
     COutlookContext* context_;
     std::unique_ptr<CMsgScore> scorer_;
     std::unique_ptr<CMsgAnalyzeManager> rules_;
     HANDLE mutex_ = nullptr;
-    std::mutex deferral_;  // guards deferredThreadScores_; taken inside the named mutex
-    std::optional<std::map<LONG, DeferredThreadScore>> deferredThreadScores_;  // by thread id
+    ThreadWrites threadWrites_{context_};
 };

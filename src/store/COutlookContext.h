@@ -137,6 +137,8 @@ public:
     void GetOrCreateThread(const char* subject, IMessage* message, MsgThreadPtr& thread);
     // Adds a received message's score and stamps the record's activity.
     void UpdateThreadScore(CMsgThread* thread, LONG score);
+    // Writes the thread's counters onto its record and stamps its activity.
+    void SaveThreadScore(CMsgThread* thread);
     // delta: the change the new priority makes to each message's score.
     void SetThreadPriority(CMsgThread* thread, LONG priority, LONG delta);
     void UpdateThreadLastAccessed(CMsgThread* thread);

@@ -10,6 +10,10 @@ using namespace thread_records;
 
 void COutlookContext::UpdateThreadScore(CMsgThread* thread, LONG score) {
     thread->AddScore(score);
+    SaveThreadScore(thread);
+}
+
+void COutlookContext::SaveThreadScore(CMsgThread* thread) {
     ComPtr<IMAPIFolder> folder = GetThreadFolder(true);
     ComPtr<IMessage> record =
         OpenRecord(folder.Get(), thread->GetEntryID(), "Couldn't open thread record");

@@ -122,10 +122,12 @@ TEST_F(RescoreRunTest, AWholeInboxRunLeavesEveryMessageWithItsThreadsFinalAverag
         Deliver(Mail("ann@corp.example", "Launch")), Deliver(Mail(kStranger, "RE: Launch")),
         Deliver(Mail(kStranger, "Re: Launch")), Deliver(Mail("ann@corp.example", "Launch"))};
     const ::EntryId alone = Deliver(Mail(kStranger, "Elsewhere"));
-    MsgProcessor processor(context_.get());
-    CMsgRescoreDialog dialog(&processor);
-    dialogs_.OnDialog("Processing Inbox");
-    EXPECT_EQ(dialog.DoModal(), 1);
+    {
+        MsgProcessor processor(context_.get());
+        CMsgRescoreDialog dialog(&processor);
+        dialogs_.OnDialog("Processing Inbox");
+        EXPECT_EQ(dialog.DoModal(), 1);
+    }
 
     const MsgThreadPtr launch = ThreadOf("Launch");
     ASSERT_TRUE(launch);
@@ -134,6 +136,13 @@ TEST_F(RescoreRunTest, AWholeInboxRunLeavesEveryMessageWithItsThreadsFinalAverag
     EXPECT_EQ(average, (128 + 0 + 0 + 128) / 4);
     for (const ::EntryId& message : thread) EXPECT_EQ(LongOf(message, IP_THREAD_SCORE), -average);
     EXPECT_EQ(LongOf(alone, IP_THREAD_SCORE), LongOf(alone, IP_MSG_SCORE));
+
+    // The thread's record was written too: a new session loads the same counters.
+    Reopen();
+    const MsgThreadPtr reloaded = ThreadOf("Launch");
+    ASSERT_TRUE(reloaded);
+    EXPECT_EQ(reloaded->GetMsgsReceived(), 4);
+    EXPECT_EQ(reloaded->GetTotalScore(), 256);
 }
 
 TEST_F(RescoreRunTest, AGivenListIsProcessedInOrderWithItsDisplayNames) {

@@ -42,3 +42,8 @@ std::optional<DWORD> ReadRegDword(HKEY key, const char* name) {
         return std::nullopt;
     return value;
 }
+
+LSTATUS WriteRegString(HKEY key, const char* name, const std::string& text) {
+    return RegSetValueExA(key, name, 0, REG_SZ, reinterpret_cast<const BYTE*>(text.c_str()),
+                          static_cast<DWORD>(text.size() + 1));
+}

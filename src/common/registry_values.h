@@ -1,5 +1,5 @@
-// Reading the add-in's registry values the way every reader does: a value counts only when it
-// has the expected type (and size, for numbers); anything else reads as absent.
+// Reading (and writing text of) the add-in's registry values the way every reader does: a value
+// counts only when it has the expected type (and size, for numbers); anything else reads as absent.
 #pragma once
 
 #include <optional>
@@ -14,6 +14,8 @@ std::optional<std::string> ReadRegString(HKEY key, const char* name);
 std::optional<std::vector<BYTE>> ReadRegBinary(HKEY key, const char* name);
 // REG_DWORD of exactly four bytes.
 std::optional<DWORD> ReadRegDword(HKEY key, const char* name);
+// Writes text as REG_SZ with its terminating zero; the registry's result.
+LSTATUS WriteRegString(HKEY key, const char* name, const std::string& text);
 
 // An open registry key, closed when it goes.
 class RegKey {

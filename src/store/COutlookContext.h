@@ -379,6 +379,10 @@ private:
     std::string vendorDomain_;
 
     // [inbox: private members]
+    // A contents table of the Inbox, opened read-only, with these columns; failures raise
+    // MAPIException with operation + tableFailure, or operation + ": SetColumns failed".
+    ComPtr<IMAPITable> OpenInboxTable(const ULONG* tags, ULONG count, const std::string& operation,
+                                      const char* tableFailure);
     // Resets, in memory, the counters of the registered thread a row's thread id names.
     void ResetThreadOfRow(const SPropValue& threadId);
     // [statistics: private members]

@@ -261,9 +261,7 @@ void COutlookContext::SaveAddressList(const char* value, const std::vector<std::
     if (status != ERROR_SUCCESS)
         FailProgram(std::string(operation) + "::failed to open reg key",
                     "registry error " + std::to_string(status));
-    status = RegSetValueExA(settings.get(), value, 0, REG_SZ,
-                            reinterpret_cast<const BYTE*>(text.c_str()),
-                            static_cast<DWORD>(text.size() + 1));
+    status = WriteRegString(settings.get(), value, text);
     if (status != ERROR_SUCCESS)
         FailProgram(std::string(operation) + "::" + writeFailure,
                     "registry error " + std::to_string(status));

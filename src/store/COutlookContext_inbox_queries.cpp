@@ -24,7 +24,7 @@ std::string SubjectOf(const SPropValue& value) {
     return value.ulPropTag == PR_SUBJECT_A && value.Value.lpszA ? value.Value.lpszA : "";
 }
 
-// The row's entry id and subject (the column after `subjectAfter` values), appended.
+// The row's entry id and its subject (column subjectColumn, when the row has it), appended.
 void Append(const SRow& row, ULONG subjectColumn, std::vector<EntryId>& entryIds,
             std::vector<std::string>* subjects) {
     entryIds.emplace_back(row.lpProps[0].Value.bin);
@@ -33,10 +33,12 @@ void Append(const SRow& row, ULONG subjectColumn, std::vector<EntryId>& entryIds
                                                         : std::string());
 }
 
-// A contents table of the Inbox, opened read-only, with the columns set.
-ComPtr<IMAPITable> InboxTable(COutlookContext& context, const ULONG* tags, ULONG count,
-                              const std::string& operation, const char* tableFailure) {
-    ComPtr<IMAPIFolder> inbox = context.GetInboxFolder(false);
+}  // namespace
+
+ComPtr<IMAPITable> COutlookContext::OpenInboxTable(const ULONG* tags, ULONG count,
+                                                   const std::string& operation,
+                                                   const char* tableFailure) {
+    ComPtr<IMAPIFolder> inbox = GetInboxFolder(false);
     ComPtr<IMAPITable> table;
     CheckMapi(inbox->GetContentsTable(0, &table), inbox.Get(), operation + tableFailure);
     std::vector<ULONG> columns(CbNewSPropTagArray(count) / sizeof(ULONG) + 1);
@@ -47,13 +49,11 @@ ComPtr<IMAPITable> InboxTable(COutlookContext& context, const ULONG* tags, ULONG
     return table;
 }
 
-}  // namespace
-
 void COutlookContext::GetInboxEIDs(bool resetThreadScores, std::vector<EntryId>& entryIds,
                                    std::vector<std::string>* subjects) {
     const ULONG tags[] = {PR_ENTRYID, itemsTags_[IP_THREAD_ID], PR_SUBJECT_A};
-    ComPtr<IMAPITable> table = InboxTable(*this, tags, subjects ? 3 : 2, "GetInboxEIDs",
-                                          "::getContentsTable Inbox failed");
+    ComPtr<IMAPITable> table =
+        OpenInboxTable(tags, subjects ? 3 : 2, "GetInboxEIDs", "::getContentsTable Inbox failed");
     ReadTablePaged(table.Get(), "GetInboxEIDs: SeekRow failed", "GetInboxEIDs: QueryRows failed",
                    [&](const SRowSet& page) {
                        for (ULONG i = 0; i < page.cRows; ++i) {
@@ -102,7 +102,7 @@ void COutlookContext::ResetThreadScoresAndGetInboxEIDsForContact(
 
     const ULONG tags[] = {PR_ENTRYID, itemsTags_[IP_THREAD_ID], PR_SUBJECT_A};
     ComPtr<IMAPITable> table =
-        InboxTable(*this, tags, subjects ? 3 : 2, operation, "::getContentsTable Inbox failed");
+        OpenInboxTable(tags, subjects ? 3 : 2, operation, "::getContentsTable Inbox failed");
     WalkRestricted(table.Get(), &anySender, 1, WalkFailuresOf(operation), [&](const SRowSet& rows) {
         const SRow& row = rows.aRow[0];
         // A row the table could not fill ends the walk; what was found so
@@ -143,7 +143,7 @@ void COutlookContext::GetUnprocessedInboxEIDs(std::vector<EntryId>& entryIds,
                           itemsTags_[IP_RECEIVED_WEEK],
                           PR_SUBJECT_A};
     ComPtr<IMAPITable> table =
-        InboxTable(*this, tags, subjects ? 7 : 6, operation, "::getContentsTable Inbox failed");
+        OpenInboxTable(tags, subjects ? 7 : 6, operation, "::getContentsTable Inbox failed");
     // The rows read after a match need not match: each is tested again.
     WalkRestricted(table.Get(), &lacksAny, 50, WalkFailuresOf(operation), [&](const SRowSet& rows) {
         for (ULONG i = 0; i < rows.cRows; ++i) {

@@ -24,13 +24,9 @@ void COutlookContext::UpdateInboxMsgThreadScores(CMsgThread* thread,
                                                  const EntryId& processedMessage) {
     const std::string operation = "UpdateInboxMsgThreadScores";
     try {
-        ComPtr<IMAPIFolder> inbox = GetInboxFolder(false);
-        ComPtr<IMAPITable> table;
-        CheckMapi(inbox->GetContentsTable(0, &table), inbox.Get(),
-                  operation + ": GetContentsTable failed");
-        SizedSPropTagArray(1, columns) = {1, {PR_ENTRYID}};
-        CheckMapi(table->SetColumns(reinterpret_cast<LPSPropTagArray>(&columns), 0), table.Get(),
-                  operation + ": SetColumns failed");
+        const ULONG columns[] = {PR_ENTRYID};
+        ComPtr<IMAPITable> table =
+            OpenInboxTable(columns, 1, operation, ": GetContentsTable failed");
 
         SPropValue threadId = LongValue(itemsTags_[IP_THREAD_ID], thread->GetThreadID());
         SPropValue processed = {};
@@ -79,14 +75,10 @@ void COutlookContext::UpdateInboxMsgThreadScores(CMsgThread* thread,
 
 HRESULT COutlookContext::UpdateInboxMsgPriorityScores(CMsgThread* thread, LONG delta) {
     const std::string operation = "UpdateInboxMsgPriorityScores";
-    ComPtr<IMAPIFolder> inbox = GetInboxFolder(false);
-    ComPtr<IMAPITable> table;
-    CheckMapi(inbox->GetContentsTable(0, &table), inbox.Get(),
-              operation + "::getContentsTable Inbox failed");
     const ULONG scoreTag = itemsTags_[IP_MSG_SCORE];
-    SizedSPropTagArray(2, columns) = {2, {PR_ENTRYID, scoreTag}};
-    CheckMapi(table->SetColumns(reinterpret_cast<LPSPropTagArray>(&columns), 0), table.Get(),
-              operation + ": SetColumns failed");
+    const ULONG columns[] = {PR_ENTRYID, scoreTag};
+    ComPtr<IMAPITable> table =
+        OpenInboxTable(columns, 2, operation, "::getContentsTable Inbox failed");
     SPropValue threadId = LongValue(itemsTags_[IP_THREAD_ID], thread->GetThreadID());
     SRestriction ofThread = ThreadIs(itemsTags_[IP_THREAD_ID], threadId);
     const LONG threadScore = -thread->GetThreadScore();

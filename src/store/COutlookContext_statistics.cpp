@@ -122,8 +122,6 @@ void COutlookContext::SaveStatistics() {
         }
     }
     RegKey settings = OpenSettingsKey();
-    if (RegSetValueExA(settings.get(), kStatisticsValue, 0, REG_SZ,
-                       reinterpret_cast<const BYTE*>(text.c_str()),
-                       static_cast<DWORD>(text.size() + 1)) != ERROR_SUCCESS)
+    if (WriteRegString(settings.get(), kStatisticsValue, text) != ERROR_SUCCESS)
         FailProgram("SaveStatistics::Failed SetStringValue");
 }

@@ -137,7 +137,9 @@ void TerminalFrontEnd::OnDialogChanged(HWND dialog) {
     if (!view) return;
     // A worker must not wait while someone answers another dialog's question.
     std::unique_lock terminal(terminal_, std::try_to_lock);
-    if (terminal.owns_lock()) Redraw(ProgressLine(*view));
+    if (!terminal.owns_lock()) return;
+    PrintOwedCancelNotice();
+    Redraw(ProgressLine(*view));
 }
 
 void TerminalFrontEnd::OnDialogClosed(const DialogView& view, INT_PTR) {
@@ -147,6 +149,7 @@ void TerminalFrontEnd::OnDialogClosed(const DialogView& view, INT_PTR) {
     }
     if (interrupts_) interrupts_->Disarm();
     std::lock_guard terminal(terminal_);
+    PrintOwedCancelNotice();
     if (progressStyle_ == ProgressStyle::InPlace) {
         Redraw(ProgressLine(view));
         out_ << '\n';
@@ -154,6 +157,14 @@ void TerminalFrontEnd::OnDialogClosed(const DialogView& view, INT_PTR) {
     } else if (const std::string text = ProgressText(view); !text.empty()) {
         out_ << text << '\n';
     }
+    out_.flush();
+}
+
+void TerminalFrontEnd::PrintOwedCancelNotice() {
+    if (!cancelNoticeOwed_.exchange(false)) return;
+    if (drawnWidth_ > 0) out_ << '\n';
+    drawnWidth_ = 0;
+    out_ << "Ctrl-C: cancelling after the current step (Ctrl-C again quits at once)\n";
     out_.flush();
 }
 
@@ -176,14 +187,12 @@ bool TerminalFrontEnd::CancelProgressDialogs() {
         }
     }
     if (cancelling.empty()) return false;
+    cancelNoticeOwed_ = true;
     {
+        // Someone may be answering a question on the terminal: the notice then waits for the
+        // next progress output instead of holding up the cancel.
         std::unique_lock terminal(terminal_, std::try_to_lock);
-        if (terminal.owns_lock()) {
-            if (drawnWidth_ > 0) out_ << '\n';
-            drawnWidth_ = 0;
-            out_ << "Ctrl-C: cancelling after the current step (Ctrl-C again quits at once)\n";
-            out_.flush();
-        }
+        if (terminal.owns_lock()) PrintOwedCancelNotice();
     }
     for (HWND dialog : cancelling) platform::gui::ClickControl(dialog, IDCANCEL);
     return true;

@@ -2,6 +2,7 @@
 // terminal and answers them from the person at it, else from --yes/--no or the default button.
 #pragma once
 
+#include <atomic>
 #include <chrono>
 #include <iosfwd>
 #include <map>
@@ -80,6 +81,8 @@ private:
     void AnswerDialog(const platform::gui::DialogView& view);
     static void Press(HWND dialog, const ButtonChoice* choice);
     void ShowProgress(const platform::gui::DialogView& view);
+    // Tells that Ctrl-C is cancelling, once per Ctrl-C. Called with the terminal locked.
+    void PrintOwedCancelNotice();
     // Draws line over the progress line last drawn. Called with the terminal locked.
     void Redraw(const std::string& line);
 
@@ -95,6 +98,7 @@ private:
     const ProgressStyle progressStyle_;
     std::mutex terminal_;
     size_t drawnWidth_ = 0;  // of the progress line on screen; guarded by terminal_
+    std::atomic<bool> cancelNoticeOwed_{false};
     std::mutex progress_;
     std::map<HWND, ProgressDialog> progressDialogs_;  // open ones; guarded by progress_
     std::unique_ptr<InterruptWatch> interrupts_;      // last: stops before the rest goes

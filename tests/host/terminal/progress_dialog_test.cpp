@@ -11,6 +11,7 @@
 
 #include "commctrl.h"
 #include "dialog.h"
+#include "front_end.h"
 #include "temp_home.h"
 #include "terminal_front_end.h"
 
@@ -22,6 +23,8 @@ using orvella::host::terminal::TerminalFrontEnd;
 using orvella::platform::gui::CDialog;
 using orvella::platform::gui::ControlKind;
 using orvella::platform::gui::DialogTemplate;
+using orvella::platform::gui::DialogView;
+using orvella::platform::gui::IDialogFrontEnd;
 using orvella::platform::gui::ScopedFrontEnd;
 
 enum : int { kBar = 232, kText = 236 };
@@ -40,15 +43,39 @@ DialogTemplate ProgressTemplate() {
     return dialog;
 }
 
+// Passes everything to the terminal and then says that the dialog is on screen: a person
+// presses Ctrl-C at a dialog they see, never before the terminal took it over.
+class ShownSignal : public IDialogFrontEnd {
+public:
+    explicit ShownSignal(IDialogFrontEnd& terminal) : terminal_(terminal) {}
+
+    void OnDialogOpened(const DialogView& view) override {
+        terminal_.OnDialogOpened(view);
+        shown = true;
+        shown.notify_all();
+    }
+    void OnDialogChanged(HWND dialog) override { terminal_.OnDialogChanged(dialog); }
+    void OnDialogClosed(const DialogView& view, INT_PTR result) override {
+        terminal_.OnDialogClosed(view, result);
+    }
+
+    std::atomic<bool> shown{false};
+
+private:
+    IDialogFrontEnd& terminal_;
+};
+
 // Works through `count` steps on a worker, as the add-in's progress dialogs do; Cancel only
-// asks it to stop after the current step. At `interruptAt` the worker itself gets Ctrl-C (as a
-// person at the terminal would send it) `interrupts` times, each once the previous one pressed
-// Cancel, and then waits for Cancel.
+// asks it to stop after the current step. At `interruptAt`, once the dialog is shown, the worker
+// itself gets Ctrl-C (as a person at the terminal would send it) `interrupts` times, each once
+// the previous one pressed Cancel, and then waits for Cancel.
 class StepsDialog : public CDialog {
 public:
-    StepsDialog(int count, int interruptAt = -1, int interrupts = 1)
+    explicit StepsDialog(int count) : StepsDialog(count, nullptr, -1, 0) {}
+    StepsDialog(int count, const std::atomic<bool>* shown, int interruptAt, int interrupts = 1)
         : CDialog(ProgressTemplate()),
           count_(count),
+          shown_(shown),
           interruptAt_(interruptAt),
           interrupts_(interrupts) {}
     ~StepsDialog() override {
@@ -81,6 +108,7 @@ private:
             SendDlgItemMessageA(dialog, kBar, PBM_SETPOS, static_cast<WPARAM>(i), 0);
             done = i + 1;
             if (i == interruptAt_) {
+                shown_->wait(false);
                 for (int sent = 0; sent < interrupts_; ++sent) {
                     kill(getpid(), SIGINT);
                     cancel_.wait(false);
@@ -96,6 +124,7 @@ private:
     }
 
     const int count_;
+    const std::atomic<bool>* shown_;
     const int interruptAt_;
     const int interrupts_;
     std::atomic<bool> cancel_{false};
@@ -141,9 +170,10 @@ TEST(CtrlCOnATerminal, PressesCancelOfTheOpenProgressDialog) {
     std::ostringstream printed;
     TerminalFrontEnd terminal(typed, printed, false, PresetAnswer::None, ProgressStyle::FinalText,
                               true);
-    ScopedFrontEnd installed(terminal);
+    ShownSignal signal(terminal);
+    ScopedFrontEnd installed(signal);
 
-    StepsDialog dialog(50, 4);
+    StepsDialog dialog(50, &signal.shown, 4);
     EXPECT_EQ(dialog.DoModal(), 1);
     EXPECT_EQ(dialog.done, 5);
     EXPECT_EQ(dialog.cancels, 1);
@@ -176,8 +206,9 @@ TEST(CtrlCOnATerminalDeathTest, EndsTheProcessTheSecondTimeWhileTheDialogIsCance
             std::ostringstream printed;
             TerminalFrontEnd terminal(typed, printed, false, PresetAnswer::None,
                                       ProgressStyle::FinalText, true);
-            ScopedFrontEnd installed(terminal);
-            StepsDialog dialog(50, 2, 2);
+            ShownSignal signal(terminal);
+            ScopedFrontEnd installed(signal);
+            StepsDialog dialog(50, &signal.shown, 2, 2);
             dialog.DoModal();
             std::exit(0);
         },

@@ -17,15 +17,21 @@
 
 namespace {
 
+using orvella::platform::mapi::store::KeyList;
 using orvella::platform::mapi::store::MemoryRowSource;
 using orvella::platform::mapi::store::RowKey;
 using orvella::platform::mapi::store::RowValues;
 using namespace orvella::platform::mapi::testing;
 
+std::vector<RowKey> KeysOf(MemoryRowSource& source, const SRestriction* restriction,
+                           const SSortOrderSet* sort) {
+    KeyList keys;
+    EXPECT_EQ(source.Keys(restriction, sort, keys), S_OK);
+    return keys ? *keys : std::vector<RowKey>{};
+}
+
 std::vector<RowKey> AllKeys(MemoryRowSource& source) {
-    std::vector<RowKey> keys;
-    EXPECT_EQ(source.Keys(nullptr, nullptr, keys), S_OK);
-    return keys;
+    return KeysOf(source, nullptr, nullptr);
 }
 
 std::uint64_t Version(MemoryRowSource& source) {
@@ -139,19 +145,17 @@ TEST_F(MemoryRowSourceTest, MatchAndKeysDecideWithTheEvaluator) {
     ASSERT_EQ(source_.Match(std::vector<RowKey>{4, 3, 42, 1, 2}, ann, matches), S_OK);
     EXPECT_EQ(matches, (std::vector<bool>{false, true, false, true, false}));
 
-    std::vector<RowKey> keys;
     SizedSSortOrderSet(2, sort) = {
         2, 1, 0, {{kName, TABLE_SORT_DESCEND}, {kId, TABLE_SORT_ASCEND}}};
-    ASSERT_EQ(source_.Keys(nullptr, reinterpret_cast<LPSSortOrderSet>(&sort), keys), S_OK);
-    EXPECT_EQ(keys, (std::vector<RowKey>{2, 1, 3, 4}));
+    EXPECT_EQ(KeysOf(source_, nullptr, reinterpret_cast<LPSSortOrderSet>(&sort)),
+              (std::vector<RowKey>{2, 1, 3, 4}));
 
     BYTE third[] = {0, 0, 0, 0, 0, 0, 0, 3};
     SPropValue instance = {};
     instance.ulPropTag = PR_INSTANCE_KEY;
     instance.Value.bin = {sizeof(third), third};
     SRestriction by_instance = restrictions.Property(RELOP_EQ, instance);
-    ASSERT_EQ(source_.Keys(&by_instance, nullptr, keys), S_OK);
-    EXPECT_EQ(keys, std::vector<RowKey>{3});
+    EXPECT_EQ(KeysOf(source_, &by_instance, nullptr), std::vector<RowKey>{3});
 
     std::optional<std::vector<RowKey>> candidates = std::vector<RowKey>{1};
     ASSERT_EQ(source_.Candidates(ann, nullptr, candidates), S_OK);

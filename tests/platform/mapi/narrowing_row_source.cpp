@@ -15,11 +15,11 @@ NarrowingRowSource::NarrowingRowSource(std::shared_ptr<store::MemoryRowSource> r
     : rows_(std::move(rows)), noise_(noise_seed) {}
 
 std::set<RowKey> NarrowingRowSource::Holding(ULONG tag) {
-    std::vector<RowKey> all;
+    store::KeyList all;
     rows_->Keys(nullptr, nullptr, all);
     SPropTagArray column = {1, {tag}};
     std::vector<RowValues> values;
-    rows_->ReadRows(all, column, values);
+    rows_->ReadRows(*all, column, values);
     std::set<RowKey> holding;
     for (const RowValues& row : values) {
         if (row.values[0].ulPropTag == tag) holding.insert(row.key);
@@ -63,9 +63,9 @@ HRESULT NarrowingRowSource::Candidates(const SRestriction& restriction,
     candidates.reset();
     std::optional<std::set<RowKey>> narrowed = Narrow(restriction);
     if (!narrowed) return S_OK;
-    std::vector<RowKey> all;
+    store::KeyList all;
     rows_->Keys(nullptr, nullptr, all);
-    for (int i = 0; i < 3 && !all.empty(); ++i) narrowed->insert(all[noise_() % all.size()]);
+    for (int i = 0; i < 3 && !all->empty(); ++i) narrowed->insert((*all)[noise_() % all->size()]);
     for (RowKey stranger : {RowKey{0}, RowKey{-7}, RowKey{1'000'000'000}})
         narrowed->insert(stranger);
     std::vector<RowKey> keys(narrowed->begin(), narrowed->end());
@@ -95,8 +95,8 @@ HRESULT NarrowingRowSource::MembershipVersion(std::uint64_t& version) {
 }
 
 HRESULT NarrowingRowSource::Keys(const SRestriction* restriction, const SSortOrderSet* sort,
-                                 std::vector<RowKey>& keys) {
-    keys.clear();
+                                 store::KeyList& keys) {
+    keys.reset();
     if (FAILED(failure_)) return failure_;
     return rows_->Keys(restriction, sort, keys);
 }

@@ -31,7 +31,7 @@ public:
 
     HRESULT MembershipVersion(std::uint64_t& version) override;
     HRESULT Keys(const SRestriction* restriction, const SSortOrderSet* sort,
-                 std::vector<store::RowKey>& keys) override;
+                 store::KeyList& keys) override;
     HRESULT Candidates(const SRestriction& restriction, store::CandidateWindow* window,
                        std::optional<std::vector<store::RowKey>>& candidates) override;
     HRESULT Match(std::span<const store::RowKey> keys, const SRestriction& restriction,

@@ -22,6 +22,7 @@ namespace {
 using orvella::platform::mapi::ComPtr;
 using orvella::platform::mapi::MapiBuffer;
 using orvella::platform::mapi::RowSetPtr;
+using orvella::platform::mapi::store::KeyList;
 using orvella::platform::mapi::store::MemoryRowSource;
 using orvella::platform::mapi::store::OpenTable;
 using orvella::platform::mapi::store::RowKey;
@@ -379,9 +380,9 @@ TEST_F(TableTest, CursorStaysOnItsRowWhenRowsJoinOrLeave) {
         for (LONG id = 1; id <= 6; ++id) Add(id, "x", id);
         table_ = OpenTable(source_);
         SeekTo(c.start);
-        std::vector<RowKey> keys;  // the current keys, in order, to remove by position
+        KeyList keys;  // the current keys, in order, to remove by position
         ASSERT_EQ(source_->Keys(nullptr, nullptr, keys), S_OK);
-        for (RowKey removed : c.removed) ASSERT_TRUE(source_->RemoveRow(keys[removed - 1]));
+        for (RowKey removed : c.removed) ASSERT_TRUE(source_->RemoveRow((*keys)[removed - 1]));
         for (int i = 0; i < c.added; ++i) Add(100 + i, "new", 0);
         EXPECT_EQ(Position(), c.position);
         EXPECT_EQ(Count(), c.count);

@@ -199,8 +199,8 @@ DirectoryRowSource::DirectoryRowSource(std::vector<DirectoryEntry> entries)
 }
 
 HRESULT DirectoryRowSource::Keys(const SRestriction* restriction, const SSortOrderSet* sort,
-                                 std::vector<RowKey>& keys) {
-    keys.clear();
+                                 KeyList& keys) {
+    keys.reset();
     if (!restriction) return rows_.Keys(nullptr, sort, keys);
     Resolution resolved(*this, *restriction);
     if (FAILED(resolved.status())) return resolved.status();

@@ -45,7 +45,7 @@ public:
         return rows_.MembershipVersion(version);
     }
     HRESULT Keys(const SRestriction* restriction, const SSortOrderSet* sort,
-                 std::vector<RowKey>& keys) override;
+                 KeyList& keys) override;
     HRESULT Candidates(const SRestriction& restriction, CandidateWindow* window,
                        std::optional<std::vector<RowKey>>& candidates) override;
     HRESULT Match(std::span<const RowKey> keys, const SRestriction& restriction,

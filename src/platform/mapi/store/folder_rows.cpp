@@ -133,6 +133,45 @@ bool FolderRows::Indexed(ULONG tag) {
            !store_->TagInUse(tag | MV_FLAG) && store_->EnsureValueIndex(tag);
 }
 
+namespace {
+
+// The property a test narrows through an index when it can: an equality, a full-string content
+// match (which lies within the case-blind equality), an existence; 0 for other tests.
+ULONG NarrowedTag(const SRestriction& res) {
+    switch (res.rt) {
+        case RES_PROPERTY:
+            return res.res.resProperty.relop == RELOP_EQ ? res.res.resProperty.ulPropTag : 0;
+        case RES_CONTENT:
+            return (res.res.resContent.ulFuzzyLevel & 0xFFFF) == FL_FULLSTRING &&
+                           PROP_TYPE(res.res.resContent.ulPropTag) == PT_STRING8
+                       ? res.res.resContent.ulPropTag
+                       : 0;
+        case RES_EXIST:
+            return res.res.resExist.ulPropTag;
+        default:
+            return 0;
+    }
+}
+
+}  // namespace
+
+void FolderRows::PrepareIndexes(const SRestriction& res) {
+    switch (res.rt) {
+        case RES_AND:
+        case RES_OR:
+            if (res.res.resAnd.lpRes)
+                for (ULONG i = 0; i < res.res.resAnd.cRes; ++i)
+                    PrepareIndexes(res.res.resAnd.lpRes[i]);
+            return;
+        case RES_NOT:
+            if (res.res.resNot.lpRes) PrepareIndexes(*res.res.resNot.lpRes);
+            return;
+        default:
+            if (const ULONG tag = NarrowedTag(res); tag && !store_->HasValueIndex(tag))
+                Indexed(tag);
+    }
+}
+
 std::string FolderRows::EqualValues(ULONG tag, const SPropValue* value,
                                     std::vector<const SPropValue*>& binds) {
     if (!value || value->ulPropTag != tag || !Indexed(tag)) return {};
@@ -145,13 +184,10 @@ std::string FolderRows::Narrowing(const SRestriction& res, std::vector<const SPr
     auto nested = [](const std::string& select) { return "SELECT obj FROM (" + select + ")"; };
     switch (res.rt) {
         case RES_PROPERTY:
-            if (res.res.resProperty.relop != RELOP_EQ) return {};
+            if (!NarrowedTag(res)) return {};
             return EqualValues(res.res.resProperty.ulPropTag, res.res.resProperty.lpProp, binds);
         case RES_CONTENT:
-            // A full-string match, with or without case, lies within the case-blind equality.
-            if ((res.res.resContent.ulFuzzyLevel & 0xFFFF) != FL_FULLSTRING ||
-                PROP_TYPE(res.res.resContent.ulPropTag) != PT_STRING8)
-                return {};
+            if (!NarrowedTag(res)) return {};
             return EqualValues(res.res.resContent.ulPropTag, res.res.resContent.lpProp, binds);
         case RES_EXIST:
             if (!Indexed(res.res.resExist.ulPropTag)) return {};
@@ -239,6 +275,9 @@ HRESULT FolderRows::Candidates(const SRestriction& restriction, CandidateWindow*
                                std::optional<std::vector<RowKey>>& candidates) {
     candidates.reset();
     if (IsHierarchy()) return S_OK;
+    PrepareIndexes(restriction);
+    // One read of the file for the whole narrowing: its checks of which tags are in use too.
+    StoreDatabase::Snapshot snapshot(*store_);
     std::vector<const SPropValue*> binds;
     if (std::string narrowing = Narrowing(restriction, binds); !narrowing.empty()) {
         // Within a window, the nearest candidates only: a walk through a large thread then
@@ -441,16 +480,16 @@ HRESULT FolderRows::ReadRows(std::span<const RowKey> keys, const SPropTagArray& 
     return S_OK;
 }
 
-std::vector<RowKey> FolderRows::OrderedKeys(const SSortOrderSet* sort) {
+KeyList FolderRows::OrderedKeys(const SSortOrderSet* sort) {
     const ULONG sort_keys = sort ? sort->cSorts : 0;
     bool in_sql = !IsHierarchy();
     for (ULONG i = 0; i < sort_keys; ++i)
         in_sql &= !(PROP_TYPE(sort->aSort[i].ulPropTag) & MV_FLAG) &&
                   SqlComparable(PROP_TYPE(sort->aSort[i].ulPropTag)) &&
                   !ComputedInRows(sort->aSort[i].ulPropTag);
-    std::vector<RowKey> keys;
     if (in_sql && sort_keys == 0)
-        return *store_->MessageIds(folder_, scope_ == Scope::AssociatedMessages);
+        return store_->MessageIds(folder_, scope_ == Scope::AssociatedMessages);
+    auto keys = std::make_shared<std::vector<RowKey>>();
     if (in_sql) {
         std::string joins, order;
         for (ULONG i = 0; i < sort_keys; ++i) {
@@ -466,17 +505,17 @@ std::vector<RowKey> FolderRows::OrderedKeys(const SSortOrderSet* sort) {
                                          " ORDER BY " +
                                          order + "o.id");
             query.Bind(1, folder_).Bind(2, std::int64_t{scope_ == Scope::AssociatedMessages});
-            while (query.Step()) keys.push_back(query.Int(0));
+            while (query.Step()) keys->push_back(query.Int(0));
         });
         return keys;
     }
     if (IsHierarchy()) {
-        for (auto [id, depth] : WalkFolders()) keys.push_back(id);
+        for (auto [id, depth] : WalkFolders()) keys->push_back(id);
     } else {
-        keys = store_->Children(folder_, EntryKind::Message, scope_ == Scope::AssociatedMessages);
+        *keys = store_->Children(folder_, EntryKind::Message, scope_ == Scope::AssociatedMessages);
     }
     // Sorting by values SQL cannot order as MAPI does: read them and sort here.
-    SortInMemory(keys, sort);
+    SortInMemory(*keys, sort);
     return keys;
 }
 
@@ -507,33 +546,35 @@ void FolderRows::SortInMemory(std::vector<RowKey>& keys, const SSortOrderSet* so
 }
 
 HRESULT FolderRows::Keys(const SRestriction* restriction, const SSortOrderSet* sort,
-                         std::vector<RowKey>& keys) {
-    keys.clear();
+                         KeyList& list) {
+    list.reset();
     if (!restriction) {
-        keys = OrderedKeys(sort);
+        list = OrderedKeys(sort);
         return S_OK;
     }
     // With candidates from the indexes only they are ordered (by id, the natural order, then
     // by the sort in memory, which orders as SQL does); else the whole folder.
     std::optional<std::vector<RowKey>> candidates;
     if (HRESULT hr = Candidates(*restriction, nullptr, candidates); FAILED(hr)) return hr;
-    std::vector<RowKey> ordered;
+    KeyList ordered;
     if (candidates) {
-        ordered = std::move(*candidates);
-        std::sort(ordered.begin(), ordered.end());
-        SortInMemory(ordered, sort);
+        std::sort(candidates->begin(), candidates->end());
+        SortInMemory(*candidates, sort);
+        ordered = std::make_shared<const std::vector<RowKey>>(std::move(*candidates));
     } else {
         ordered = OrderedKeys(sort);
     }
+    auto keys = std::make_shared<std::vector<RowKey>>();
     constexpr std::size_t kBatch = 256;
-    for (std::size_t at = 0; at < ordered.size(); at += kBatch) {
+    for (std::size_t at = 0; at < ordered->size(); at += kBatch) {
         auto batch =
-            std::span<const RowKey>(ordered).subspan(at, std::min(kBatch, ordered.size() - at));
+            std::span<const RowKey>(*ordered).subspan(at, std::min(kBatch, ordered->size() - at));
         std::vector<bool> matches;
         if (HRESULT hr = Match(batch, *restriction, matches); FAILED(hr)) return hr;
         for (std::size_t i = 0; i < batch.size(); ++i)
-            if (matches[i]) keys.push_back(batch[i]);
+            if (matches[i]) keys->push_back(batch[i]);
     }
+    list = std::move(keys);
     return S_OK;
 }
 

@@ -31,7 +31,7 @@ public:
 
     HRESULT MembershipVersion(std::uint64_t& version) override;
     HRESULT Keys(const SRestriction* restriction, const SSortOrderSet* sort,
-                 std::vector<RowKey>& keys) override;
+                 KeyList& keys) override;
     HRESULT Candidates(const SRestriction& restriction, CandidateWindow* window,
                        std::optional<std::vector<RowKey>>& candidates) override;
     HRESULT Match(std::span<const RowKey> keys, const SRestriction& restriction,
@@ -39,6 +39,8 @@ public:
     HRESULT ReadRows(std::span<const RowKey> keys, const SPropTagArray& columns,
                      std::vector<RowValues>& rows) override;
     std::vector<ULONG> DefaultColumns() override;
+    // Messages come in id order; folders depth first.
+    bool NaturalOrderAscends() const override { return !IsHierarchy(); }
 
 private:
     bool IsHierarchy() const {
@@ -48,6 +50,9 @@ private:
     std::vector<std::pair<ObjectId, LONG>> WalkFolders();
     // Whether SQL can test tag through a value index (created on first use).
     bool Indexed(ULONG tag);
+    // Creates the value indexes the restriction's tests may use. Runs before the read snapshot
+    // of a search, inside which nothing may be written.
+    void PrepareIndexes(const SRestriction& restriction);
     // The objects whose tag equals value, case-blind (a superset); empty when not indexed.
     std::string EqualValues(ULONG tag, const SPropValue* value,
                             std::vector<const SPropValue*>& binds);
@@ -55,7 +60,7 @@ private:
     std::string Narrowing(const SRestriction& restriction, std::vector<const SPropValue*>& binds);
     // The restriction as existence tests alone, when it is one; else nullopt.
     std::optional<ExistenceTest> ExistenceTestOf(const SRestriction& restriction);
-    std::vector<RowKey> OrderedKeys(const SSortOrderSet* sort);
+    KeyList OrderedKeys(const SSortOrderSet* sort);
     // Orders keys by values read into memory, with CompareProps (as the SQL sort orders).
     void SortInMemory(std::vector<RowKey>& keys, const SSortOrderSet* sort);
 

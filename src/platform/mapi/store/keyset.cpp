@@ -13,31 +13,33 @@ constexpr int kScansBeforeIndex = 4;
 }  // namespace
 
 void Keyset::BuildIndex() {
-    index_.reserve(keys_.size());
-    for (std::size_t i = 0; i < keys_.size(); ++i) index_.emplace(keys_[i], i);
+    const std::vector<RowKey>& keys = *keys_;
+    index_.reserve(keys.size());
+    for (std::size_t i = 0; i < keys.size(); ++i) index_.emplace(keys[i], i);
     indexed_ = true;
 }
 
 bool Keyset::InKeyOrder() {
     if (order_ == Order::Unknown)
         order_ =
-            std::adjacent_find(keys_.begin(), keys_.end(), std::greater_equal<>()) == keys_.end()
+            std::adjacent_find(keys_->begin(), keys_->end(), std::greater_equal<>()) == keys_->end()
                 ? Order::Ascending
                 : Order::Other;
     return order_ == Order::Ascending;
 }
 
 std::optional<std::size_t> Keyset::PositionOf(RowKey key) {
+    const std::vector<RowKey>& keys = *keys_;
     if (InKeyOrder()) {
-        auto it = std::lower_bound(keys_.begin(), keys_.end(), key);
-        if (it == keys_.end() || *it != key) return std::nullopt;
-        return static_cast<std::size_t>(it - keys_.begin());
+        auto it = std::lower_bound(keys.begin(), keys.end(), key);
+        if (it == keys.end() || *it != key) return std::nullopt;
+        return static_cast<std::size_t>(it - keys.begin());
     }
     if (!indexed_ && scans_ < kScansBeforeIndex) {
         ++scans_;
-        auto it = std::find(keys_.begin(), keys_.end(), key);
-        if (it == keys_.end()) return std::nullopt;
-        return static_cast<std::size_t>(it - keys_.begin());
+        auto it = std::find(keys.begin(), keys.end(), key);
+        if (it == keys.end()) return std::nullopt;
+        return static_cast<std::size_t>(it - keys.begin());
     }
     if (!indexed_) BuildIndex();
     auto it = index_.find(key);

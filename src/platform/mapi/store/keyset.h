@@ -19,14 +19,17 @@ namespace orvella::platform::mapi::store {
 // std::bad_alloc.
 class Keyset {
 public:
-    Keyset() = default;
-    explicit Keyset(std::vector<RowKey> keys) : keys_(std::move(keys)) {}
+    Keyset() : Keyset(nullptr) {}
+    // Null keys: none. `ascending`: the keys are known to ascend.
+    explicit Keyset(KeyList keys, bool ascending = false)
+        : keys_(keys ? std::move(keys) : std::make_shared<const std::vector<RowKey>>()),
+          order_(ascending ? Order::Ascending : Order::Unknown) {}
 
-    std::size_t Size() const { return keys_.size(); }
-    RowKey At(std::size_t position) const { return keys_[position]; }
+    std::size_t Size() const { return keys_->size(); }
+    RowKey At(std::size_t position) const { return (*keys_)[position]; }
     // The keys at positions [begin, end).
     std::span<const RowKey> Range(std::size_t begin, std::size_t end) const {
-        return std::span<const RowKey>(keys_).subspan(begin, end - begin);
+        return std::span<const RowKey>(*keys_).subspan(begin, end - begin);
     }
 
     // Where `key` sits, or nullopt when it is not in the keyset.
@@ -49,11 +52,11 @@ public:
 private:
     void BuildIndex();
 
-    std::vector<RowKey> keys_;
+    KeyList keys_;
     std::unordered_map<RowKey, std::size_t> index_;
     bool indexed_ = false;
     int scans_ = 0;
-    enum class Order { Unknown, Ascending, Other } order_ = Order::Unknown;
+    enum class Order { Unknown, Ascending, Other } order_;
 };
 
 }  // namespace orvella::platform::mapi::store

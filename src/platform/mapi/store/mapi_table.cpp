@@ -129,10 +129,11 @@ HRESULT MapiTable::TakeKeys(const SRestriction* restriction, const SSortOrderSet
     // The version is read first: a change during Keys then shows at the next call.
     HRESULT hr = source_->MembershipVersion(version);
     if (FAILED(hr)) return hr;
-    std::vector<RowKey> ordered;
+    KeyList ordered;
     hr = source_->Keys(restriction, sort, ordered);
     if (FAILED(hr)) return hr;
-    keys = Keyset(std::move(ordered));
+    keys =
+        Keyset(std::move(ordered), (!sort || sort->cSorts == 0) && source_->NaturalOrderAscends());
     return S_OK;
 }
 

@@ -121,8 +121,8 @@ HRESULT MemoryRowSource::MembershipVersion(std::uint64_t& version) {
 }
 
 HRESULT MemoryRowSource::Keys(const SRestriction* restriction, const SSortOrderSet* sort,
-                              std::vector<RowKey>& keys) {
-    keys.clear();
+                              KeyList& list) {
+    list.reset();
     try {
         const ULONG sorts = sort != nullptr ? sort->cSorts : 0;
         // Per kept row: its key, then one value pointer per sort key (null: lacking).
@@ -153,10 +153,12 @@ HRESULT MemoryRowSource::Keys(const SRestriction* restriction, const SSortOrderS
             return false;
         };
         if (sorts > 0) std::stable_sort(order.begin(), order.end(), before);
-        keys.reserve(order.size());
-        for (std::size_t i : order) keys.push_back(kept[i]);
+        auto keys = std::make_shared<std::vector<RowKey>>();
+        keys->reserve(order.size());
+        for (std::size_t i : order) keys->push_back(kept[i]);
+        list = std::move(keys);
     } catch (const std::bad_alloc&) {
-        keys.clear();
+        list.reset();
         return MAPI_E_NOT_ENOUGH_MEMORY;
     }
     return S_OK;

@@ -3,6 +3,7 @@
 #pragma once
 
 #include <cstdint>
+#include <memory>
 #include <optional>
 #include <span>
 #include <vector>
@@ -14,6 +15,10 @@ namespace orvella::platform::mapi::store {
 
 // Identifies one row of a source for as long as the row exists (an object id, a row number).
 using RowKey = std::int64_t;
+
+// A table's ordered keys, never changed once made. Shared, so that every table opened on a large
+// folder in its natural order holds the store's one snapshot of its ids instead of a copy.
+using KeyList = std::shared_ptr<const std::vector<RowKey>>;
 
 // One row's values for the requested columns, in column order. A column the row lacks is a
 // PT_ERROR value (the column's id) with MAPI_E_NOT_FOUND. `values` is one MAPI buffer that a
@@ -52,7 +57,10 @@ public:
     // (null or no keys: the source's natural order). Equal rows keep the natural order. The
     // result is exact: the source decides with EvaluateRestriction and orders with CompareProps.
     virtual HRESULT Keys(const SRestriction* restriction, const SSortOrderSet* sort,
-                         std::vector<RowKey>& keys) = 0;
+                         KeyList& keys) = 0;
+
+    // Whether the natural order is ascending key order, so that a table need not check.
+    virtual bool NaturalOrderAscends() const { return true; }
 
     // A superset of the keys whose rows may satisfy `restriction`, when the source can narrow
     // it cheaply (through an index); nullopt when every row is a candidate. With a window, a

@@ -468,10 +468,16 @@ std::shared_ptr<const std::vector<ObjectId>> StoreDatabase::MessageIds(ObjectId 
     const std::int64_t events = LastEvent();
     KnownMessageIds* known = keep ? &message_ids_[std::make_pair(folder, associated)] : nullptr;
     if (known && known->ids && known->members == members) return known->ids;
-    std::shared_ptr<const std::vector<ObjectId>> ids;
+    std::shared_ptr<std::vector<ObjectId>> ids;
     // A few changes are followed through the log; after many, reading the ids is cheaper.
-    if (known && known->ids && events - known->events <= kEventsFollowed)
-        ids = FollowMembership(folder, associated, *known);
+    if (known && known->ids && events - known->events <= kEventsFollowed) {
+        try {
+            ids = FollowMembership(folder, associated, *known);
+        } catch (...) {
+            known->ids.reset();  // it may have been left half followed
+            throw;
+        }
+    }
     if (!ids) {
         auto read = std::make_shared<std::vector<ObjectId>>();
         Statement& query = db_.Cached(
@@ -491,7 +497,7 @@ std::int64_t StoreDatabase::LastEvent() {
     return seq;
 }
 
-std::shared_ptr<const std::vector<ObjectId>> StoreDatabase::FollowMembership(
+std::shared_ptr<std::vector<ObjectId>> StoreDatabase::FollowMembership(
     ObjectId folder, bool associated, const KnownMessageIds& known) {
     // Every join and leave is in the event log; once pruning took events the ids were read
     // after, they are read again.
@@ -499,7 +505,11 @@ std::shared_ptr<const std::vector<ObjectId>> StoreDatabase::FollowMembership(
     const std::int64_t oldest = first.Step() ? first.Int(0) : 0;
     first.Reset();
     if (oldest == 0 || oldest > known.events + 1) return nullptr;
-    auto ids = std::make_shared<std::vector<ObjectId>>(*known.ids);
+    // Tables hand the ids out only through this cache, under the lock: when it is their one
+    // holder, nobody can take them while they change, and a large folder is not copied per
+    // delivery.
+    auto ids = known.ids.use_count() == 1 ? known.ids
+                                          : std::make_shared<std::vector<ObjectId>>(*known.ids);
     auto join = [&](ObjectId id) {
         Statement& object = db_.Cached("SELECT assoc FROM objects WHERE id = ?1").Bind(1, id);
         const bool present = object.Step() && (object.Int(0) != 0) == associated;
@@ -628,6 +638,11 @@ bool StoreDatabase::EnsureValueIndex(ULONG tag) {
     transaction.Commit();
     indexed_tags_.insert(tag);
     return true;
+}
+
+bool StoreDatabase::HasValueIndex(ULONG tag) {
+    std::lock_guard lock(mutex_);
+    return indexed_tags_.count(tag) != 0;
 }
 
 bool StoreDatabase::TagInUse(ULONG tag) {

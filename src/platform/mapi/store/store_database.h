@@ -137,6 +137,9 @@ public:
     // Makes sure an equality index exists for values of `tag` (which must be single-valued and
     // of a type the index can compare). False when it cannot have one.
     bool EnsureValueIndex(ULONG tag);
+    // Whether values of `tag` have an equality index already (EnsureValueIndex then writes
+    // nothing).
+    bool HasValueIndex(ULONG tag);
     // Whether some object holds a value with exactly this tag (used to know whether a
     // multi-valued form of a property exists at all).
     bool TagInUse(ULONG tag);
@@ -213,13 +216,14 @@ private:
     struct KnownMessageIds {
         std::int64_t members = -1;  // the folder's membership count they were read at
         std::int64_t events = 0;    // the last event recorded then
-        std::shared_ptr<const std::vector<ObjectId>> ids;
+        // Changed in place only while nobody else holds it.
+        std::shared_ptr<std::vector<ObjectId>> ids;
     };
     std::map<std::pair<ObjectId, bool>, KnownMessageIds> message_ids_;
     // Known ids brought up to date through the event log; null when the log no longer holds
     // every event since they were read.
-    std::shared_ptr<const std::vector<ObjectId>> FollowMembership(ObjectId folder, bool associated,
-                                                                  const KnownMessageIds& known);
+    std::shared_ptr<std::vector<ObjectId>> FollowMembership(ObjectId folder, bool associated,
+                                                            const KnownMessageIds& known);
     struct KnownHolders {
         std::int64_t events = -1;  // the last event recorded when they were read
         std::shared_ptr<const std::vector<ObjectId>> ids;

@@ -13,6 +13,7 @@
 #include "commands.h"
 #include "outlook_host.h"
 #include "prop_text.h"
+#include "store_objects.h"
 #include "winbase.h"
 
 namespace orvella::cli {
@@ -36,9 +37,14 @@ struct Outcome {
     double seconds = 0;
 };
 
-void RunDialog(CMsgRescoreDialog& run, Outcome& outcome) {
+// The run's saves share commits, as an import's do. What a run writes is derived: a crash loses
+// at most the scores of the messages since the last shared commit, which lack their markers
+// then, so that the next catch-up scores them again.
+void RunDialog(COutlookContext& context, CMsgRescoreDialog& run, Outcome& outcome) {
     outcome.mode = "run";
+    auto shared = platform::mapi::store::BeginBulkWriting(context.MailStore());
     run.DoModal();
+    if (shared) shared->Finish();
     outcome.count = run.Count();
     outcome.processed = run.Handled();
     outcome.cancelled = run.Cancelled() && run.Handled() < run.Count();
@@ -54,7 +60,7 @@ void CatchUp(COutlookContext& context, MsgProcessor& processor, Outcome& outcome
         CMsgRescoreDialog run(&processor);
         run.SetFlags(true, true, true);
         run.SetMessages(&entryIds, &subjects);
-        RunDialog(run, outcome);
+        RunDialog(context, run, outcome);
         return;
     }
     outcome.mode = "inline";
@@ -77,7 +83,7 @@ void Rescore(COutlookContext& context, MsgProcessor& processor, const ProcessOpt
             throw CommandError("no contact has the e-mail address " + options.contact);
         run.SetContact(contact);
     }
-    RunDialog(run, outcome);
+    RunDialog(context, run, outcome);
 }
 
 double PerSecond(const Outcome& outcome) {

@@ -463,7 +463,7 @@ std::shared_ptr<const std::vector<ObjectId>> StoreDatabase::MessageIds(ObjectId 
     ReadSnapshot snapshot(db_);
     // Counts seen outside a write of our own are committed ones, which only ever grow: the ids
     // read at a count are the ids at that count for good.
-    const bool keep = sqlite3_txn_state(db_.handle(), "main") != SQLITE_TXN_WRITE;
+    const bool keep = Cacheable();
     const std::int64_t members = MembershipVersion(folder);
     const std::int64_t events = LastEvent();
     KnownMessageIds* known = keep ? &message_ids_[std::make_pair(folder, associated)] : nullptr;
@@ -488,6 +488,16 @@ std::shared_ptr<const std::vector<ObjectId>> StoreDatabase::MessageIds(ObjectId 
     }
     if (known) *known = {members, events, ids};
     return ids;
+}
+
+bool StoreDatabase::Cacheable() {
+    if (db_.FailedBulkCommits() != failed_bulk_commits_seen_) {
+        failed_bulk_commits_seen_ = db_.FailedBulkCommits();
+        message_ids_.clear();
+        holders_.clear();
+    }
+    // Tables read between shared commits, never inside a save of their own.
+    return db_.InBulk() || sqlite3_txn_state(db_.handle(), "main") != SQLITE_TXN_WRITE;
 }
 
 std::int64_t StoreDatabase::LastEvent() {
@@ -544,7 +554,7 @@ std::shared_ptr<std::vector<ObjectId>> StoreDatabase::FollowMembership(
 std::shared_ptr<const std::vector<ObjectId>> StoreDatabase::Holders(ULONG tag) {
     std::lock_guard lock(mutex_);
     ReadSnapshot snapshot(db_);
-    const bool keep = sqlite3_txn_state(db_.handle(), "main") != SQLITE_TXN_WRITE;
+    const bool keep = Cacheable();
     // Every write records an event and pruning keeps the newest, so the last sequence number
     // moves whenever any value may have changed.
     const std::int64_t events = LastEvent();

@@ -119,12 +119,12 @@ public:
     std::int64_t MembershipVersion(ObjectId folder);
     // The ids of a folder's messages (the associated ones or the others) in id order, as one
     // snapshot. Kept from one call to the next while the folder's membership count stands and
-    // no write of this process is pending, so that tables opened again and again on a large
-    // folder (a lookup per message) read its ids once.
+    // what was read is committed (see Cacheable), so that tables opened again and again on a
+    // large folder (a lookup per message) read its ids once.
     std::shared_ptr<const std::vector<ObjectId>> MessageIds(ObjectId folder, bool associated);
     // The ids of every object holding a value of tag (not its multi-valued form), in id order.
-    // Kept while nothing in the store changes (its event log stands still) and no write of
-    // this process is pending, so that repeated searches for what lacks a property read once.
+    // Kept while nothing in the store changes (its event log stands still) and what was read is
+    // committed, so that repeated searches for what lacks a property read once.
     std::shared_ptr<const std::vector<ObjectId>> Holders(ULONG tag);
     // A count that changes whenever any folder is created, deleted, moved or saved.
     std::int64_t HierarchyVersion();
@@ -211,6 +211,10 @@ private:
     void UpgradeSchema(std::int64_t from);
     // The sequence number of the newest event recorded, 0 for none.
     std::int64_t LastEvent();
+    // Whether what is read now may be kept for later: it is committed, or will be with the
+    // shared commit under way. Forgets what was kept when a shared commit failed.
+    bool Cacheable();
+    std::uint64_t failed_bulk_commits_seen_ = 0;
 
     std::recursive_mutex mutex_;  // recursive: a Snapshot holds it around other methods
     struct KnownMessageIds {

@@ -169,16 +169,23 @@ void Database::BeginBulk() {
 
 void Database::EndBulk() {
     if (--bulk_depth_ > 0 || !bulk_open_) return;
-    bulk_open_ = false;
-    bulk_writes_ = 0;
-    Cached("COMMIT").Run();
+    CommitBulk();
 }
 
 void Database::BulkWritten() {
     if (++bulk_writes_ < kBulkWrites) return;
+    CommitBulk();
+}
+
+void Database::CommitBulk() {
     bulk_open_ = false;
     bulk_writes_ = 0;
-    Cached("COMMIT").Run();
+    try {
+        Cached("COMMIT").Run();
+    } catch (const StoreFailure&) {
+        ++failed_bulk_commits_;
+        throw;
+    }
 }
 
 Transaction::Transaction(Database& db) : db_(db), savepoint_(db.bulk_depth_ > 0) {

@@ -100,15 +100,23 @@ public:
     static constexpr int kBulkWrites = 256;
     void BeginBulk();
     void EndBulk();
+    // Whether writes share commits now. Between its shared commits the connection is always in
+    // a write transaction, yet what it reads there is what will be committed.
+    bool InBulk() const { return bulk_depth_ > 0; }
+    // Counts the shared commits that failed, after which what was read since the last one may
+    // never have been committed.
+    std::uint64_t FailedBulkCommits() const { return failed_bulk_commits_; }
 
 private:
     friend class Transaction;
     // Commits the outer transaction when enough writes have joined it.
     void BulkWritten();
+    void CommitBulk();
 
     int bulk_depth_ = 0;
     int bulk_writes_ = 0;  // in the open outer transaction
     bool bulk_open_ = false;
+    std::uint64_t failed_bulk_commits_ = 0;
     std::filesystem::path file_;
     sqlite3* db_ = nullptr;
     std::map<std::string, std::unique_ptr<Statement>> statements_;

@@ -22,6 +22,7 @@ namespace {
 using orvella::platform::mapi::ComPtr;
 using orvella::platform::mapi::MapiBuffer;
 using orvella::platform::mapi::RowSetPtr;
+using orvella::testing::EntryId;
 using orvella::testing::Long;
 using orvella::testing::StoreTest;
 using orvella::testing::Text;
@@ -118,6 +119,48 @@ TEST_F(StoreTest, BulkWritingSharesCommitsButKeepsEachSaveWhole) {
     EXPECT_EQ(table->FindRow(&of_two, BOOKMARK_BEGINNING, 0), MAPI_E_NOT_FOUND);
     EXPECT_TRUE(
         store::StoreDatabase::Open(store::ProfileStores("Outlook")[0].file)->Check().empty());
+}
+
+// Tables share the store's snapshot of a folder's ids: one still open keeps its rows and its
+// cursor's row while others follow messages joining and leaving, also between shared commits.
+TEST_F(StoreTest, AnOpenTableKeepsItsRowWhileOtherTablesFollowTheFolder) {
+    for (const bool shared : {false, true}) {
+        SCOPED_TRACE(shared ? "between shared commits" : "a commit per save");
+        ASSERT_EQ(inbox_->EmptyFolder(0, nullptr, 0), S_OK);
+        std::vector<EntryId> saved;
+        for (LONG i = 0; i < 4; ++i) saved.push_back(SaveMessage({Long(PR_IMPORTANCE, i)}));
+        auto bulk = shared ? store::BeginBulkWriting(store_.Get()) : nullptr;
+        auto open = [&] {
+            ComPtr<IMAPITable> table;
+            EXPECT_EQ(inbox_->GetContentsTable(0, &table), S_OK);
+            SizedSPropTagArray(1, columns) = {1, {PR_IMPORTANCE}};
+            EXPECT_EQ(table->SetColumns(reinterpret_cast<LPSPropTagArray>(&columns), 0), S_OK);
+            return table;
+        };
+        auto importances = [](IMAPITable* table, LONG rows) {
+            RowSetPtr read;
+            EXPECT_EQ(table->QueryRows(rows, 0, &read), S_OK);
+            std::vector<LONG> values;
+            for (ULONG r = 0; r < read->cRows; ++r)
+                values.push_back(read->aRow[r].lpProps[0].Value.l);
+            return values;
+        };
+        ComPtr<IMAPITable> first = open();
+        ASSERT_EQ(first->SeekRow(BOOKMARK_BEGINNING, 2, nullptr), S_OK);
+        for (int round = 0; round < 3; ++round) {
+            EntryId& leaving = saved[round == 2 ? 3 : round];  // never the cursor's message
+            SBinary gone = {static_cast<ULONG>(leaving.size()), leaving.data()};
+            ENTRYLIST list = {1, &gone};
+            ASSERT_EQ(inbox_->DeleteMessages(&list, 0, nullptr, 0), S_OK);
+            SaveMessage({Long(PR_IMPORTANCE, 10 + round)});
+            ComPtr<IMAPITable> other = open();
+            EXPECT_EQ(importances(other.Get(), 10).size(), 4u);
+        }
+        // The first table's cursor stays on the third message.
+        EXPECT_EQ(importances(first.Get(), 10), (std::vector<LONG>{2, 10, 11, 12}));
+        if (bulk) bulk->Finish();
+        EXPECT_EQ(importances(open().Get(), 10), (std::vector<LONG>{2, 10, 11, 12}));
+    }
 }
 
 TEST_F(StoreTest, RestrictedWalkFindsEveryMessageOfAThread) {

@@ -47,13 +47,15 @@ void ThreadWrites::Flush() {
         pending = std::move(*pending_);
         pending_.reset();
     }
+    std::map<LONG, std::pair<CMsgThread*, EntryId>> averages;
     for (auto& [id, writes] : pending) {
         try {
             if (writes.record) context_->SaveThreadScore(writes.thread.Get());
         } catch (const orvella::diag::BaseException& failure) {
             store_failures::ReportFailure(failure);
         }
-        if (writes.shownBy)
-            context_->UpdateInboxMsgThreadScores(writes.thread.Get(), *writes.shownBy);
+        if (writes.shownBy) averages.emplace(id, std::pair(writes.thread.Get(), *writes.shownBy));
     }
+    // A run touches most threads: one pass over the Inbox beats a search per thread.
+    if (!averages.empty()) context_->UpdateInboxMsgThreadScores(averages);
 }

@@ -28,7 +28,7 @@ public:
     // From now on both wait for Flush. The end state is the same; a thread of n messages costs
     // one record save and n writes instead of n saves and n * n / 2 writes.
     void Defer();
-    // Writes what waits, each thread's record before its messages, and stops deferring.
+    // Writes what waits, the threads' records before their messages, and stops deferring.
     // Failures are logged, thread by thread.
     void Flush();
 

@@ -258,6 +258,10 @@ public:
                                  std::vector<std::string>* subjects);
     // Writes the thread's average onto its other Inbox messages; failures are logged.
     void UpdateInboxMsgThreadScores(CMsgThread* thread, const EntryId& processedMessage);
+    // What UpdateInboxMsgThreadScores writes, for many threads at once (by thread id: the
+    // thread and the message that already carries its average), in one pass over the Inbox
+    // instead of a search per thread. Failures are logged, message by message.
+    void UpdateInboxMsgThreadScores(const std::map<LONG, std::pair<CMsgThread*, EntryId>>& threads);
     // Raises the stored score of each Inbox message of the thread by delta and writes the
     // thread's average; S_OK when the walk ended.
     HRESULT UpdateInboxMsgPriorityScores(CMsgThread* thread, LONG delta);
@@ -383,6 +387,9 @@ private:
     // MAPIException with operation + tableFailure, or operation + ": SetColumns failed".
     ComPtr<IMAPITable> OpenInboxTable(const ULONG* tags, ULONG count, const std::string& operation,
                                       const char* tableFailure);
+    // Opens the message, sets its "OV-ThreadScore" to score and saves it; MAPIException with
+    // the operation's failure texts.
+    void WriteThreadScore(const EntryId& message, SPropValue score, const std::string& operation);
     // Resets, in memory, the counters of the registered thread a row's thread id names.
     void ResetThreadOfRow(const SPropValue& threadId);
     // [statistics: private members]

@@ -59,18 +59,64 @@ void COutlookContext::UpdateInboxMsgThreadScores(CMsgThread* thread,
                            if (row.cValues == 0) FailProgram(operation + ":no data in table row");
                            if (row.lpProps[0].ulPropTag != PR_ENTRYID)
                                FailProgram(operation + ":Invalid entryid in table");
-                           ComPtr<IMessage> message =
-                               OpenRecord(mailStore_.Get(), EntryId(row.lpProps[0].Value.bin),
-                                          operation + "::couldn't open messsage");
-                           CheckMapi(HrSetOneProp(message.Get(), &score), message.Get(),
-                                     operation + "::couldn't update messsage thread score");
-                           CheckMapi(message->SaveChanges(KEEP_OPEN_READWRITE), message.Get(),
-                                     operation + "::couldn't save messsage thread score");
+                           WriteThreadScore(EntryId(row.lpProps[0].Value.bin), score, operation);
                            return true;
                        });
     } catch (const orvella::diag::BaseException& failure) {
         ReportFailure(failure);
     }
+}
+
+void COutlookContext::UpdateInboxMsgThreadScores(
+    const std::map<LONG, std::pair<CMsgThread*, EntryId>>& threads) {
+    const std::string operation = "UpdateInboxMsgThreadScores";
+    // Rows read after each match: processed messages all match, so the walk pages the Inbox.
+    constexpr LONG kPage = 500;
+    const ULONG idTag = itemsTags_[IP_THREAD_ID], scoreTag = itemsTags_[IP_THREAD_SCORE];
+    try {
+        const ULONG columns[] = {PR_ENTRYID, idTag, scoreTag};
+        ComPtr<IMAPITable> table =
+            OpenInboxTable(columns, 3, operation, ": GetContentsTable failed");
+        SRestriction inThread = {};
+        inThread.rt = RES_EXIST;
+        inThread.res.resExist.ulPropTag = idTag;
+        WalkRestricted(
+            table.Get(), &inThread, kPage, WalkFailuresOf(operation), [&](const SRowSet& rows) {
+                for (ULONG r = 0; r < rows.cRows; ++r) {
+                    const SRow& row = rows.aRow[r];
+                    if (row.cValues != 3 || row.lpProps[0].ulPropTag != PR_ENTRYID ||
+                        row.lpProps[1].ulPropTag != idTag)
+                        continue;
+                    const auto found = threads.find(row.lpProps[1].Value.l);
+                    if (found == threads.end()) continue;
+                    const auto& [thread, carrier] = found->second;
+                    const SPropValue score = LongValue(scoreTag, -thread->GetThreadScore());
+                    if (row.lpProps[2].ulPropTag == scoreTag &&
+                        row.lpProps[2].Value.l == score.Value.l)
+                        continue;
+                    const EntryId message(row.lpProps[0].Value.bin);
+                    try {
+                        if (!IsSameEID(message, carrier))
+                            WriteThreadScore(message, score, operation);
+                    } catch (const orvella::diag::BaseException& failure) {
+                        ReportFailure(failure);
+                    }
+                }
+                return true;
+            });
+    } catch (const orvella::diag::BaseException& failure) {
+        ReportFailure(failure);
+    }
+}
+
+void COutlookContext::WriteThreadScore(const EntryId& message, SPropValue score,
+                                       const std::string& operation) {
+    ComPtr<IMessage> opened =
+        OpenRecord(mailStore_.Get(), message, operation + "::couldn't open messsage");
+    CheckMapi(HrSetOneProp(opened.Get(), &score), opened.Get(),
+              operation + "::couldn't update messsage thread score");
+    CheckMapi(opened->SaveChanges(KEEP_OPEN_READWRITE), opened.Get(),
+              operation + "::couldn't save messsage thread score");
 }
 
 HRESULT COutlookContext::UpdateInboxMsgPriorityScores(CMsgThread* thread, LONG delta) {

@@ -110,6 +110,7 @@ StoreDatabase::StoreDatabase(const std::filesystem::path& file) : db_(file, fals
         throw StoreFailure(MAPI_E_CORRUPT_STORE, file.string() + " is not a message store");
     Configure(db_);
     LoadSchemaState();
+    checkpointer_ = std::make_unique<Checkpointer>(db_);
 }
 
 StoreDatabase::~StoreDatabase() = default;

@@ -14,6 +14,7 @@
 #include <string>
 #include <vector>
 
+#include "db/checkpointer.h"
 #include "db/sqlite_db.h"
 #include "entry_id.h"
 #include "mapi_ptr.h"
@@ -234,6 +235,7 @@ private:
     };
     std::map<ULONG, KnownHolders> holders_;
     Database db_;
+    std::unique_ptr<Checkpointer> checkpointer_;  // before db_ closes, it stops
     GUID uid_ = {};
     std::set<ULONG> indexed_tags_;
     std::set<ULONG> known_tags_;  // tags recorded in the tags table

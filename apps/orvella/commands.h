@@ -57,4 +57,16 @@ void AddExplainCommands(CLI::App& app);
 // orvella process [--all | --contact ADDR]
 void AddProcessCommands(CLI::App& app);
 
+// Every command above, in the order `orvella --help` lists them.
+void AddAllCommands(CLI::App& app);
+
+// orvella demo [--messages N] [--seed S] [--home DIR]: runs the commands above itself.
+void AddDemoCommands(CLI::App& app);
+
+// The entry id (hex) of the Inbox message with the highest score; empty when none is scored.
+std::string TopScoredInboxMessage();
+
+// Whether inbox listings colour scores by band (on a terminal).
+void ColourInboxScores(bool colour);
+
 }  // namespace orvella::cli

@@ -173,9 +173,29 @@ json InboxMessages(InboxOrder order, size_t limit) {
     return messages;
 }
 
+bool g_colourScores = false;
+
+// The terminal colour of a score's band, as the prioritized views colour the Inbox: the
+// highest band bold red, then yellow, then green; the default band plain, the lowest dim.
+const char* BandColour(const json& score) {
+    if (!g_colourScores || score.is_null()) return "";
+    switch (BandOfScore(score.get<LONG>())) {
+        case STAT_BAND_HIGH:
+            return "\033[1;31m";
+        case STAT_BAND_MEDIUM:
+            return "\033[33m";
+        case STAT_BAND_NORMAL:
+            return "\033[32m";
+        case STAT_BAND_DEFAULT:
+            return "\033[2m";
+        default:
+            return "";
+    }
+}
+
 void PrintInbox(const json& messages, bool grouped) {
-    const char* format = "%6s %6s  %-16s  %-24.24s  %-40.40s  %s\n";
-    std::printf(format, "SCORE", "THREAD", "RECEIVED", "SENDER", "SUBJECT", "TOPIC");
+    const char* format = "%s%6s %6s  %-16s  %-24.24s  %-40.40s  %s%s\n";
+    std::printf(format, "", "SCORE", "THREAD", "RECEIVED", "SENDER", "SUBJECT", "TOPIC", "");
     std::string group;
     bool first = true;
     for (const json& message : messages) {
@@ -194,11 +214,12 @@ void PrintInbox(const json& messages, bool grouped) {
             if (received.size() >= 16)
                 received = received.substr(0, 10) + " " + received.substr(11, 5);
         }
-        std::printf(format, number(message["score"]).c_str(),
+        const char* colour = BandColour(message["score"]);
+        std::printf(format, colour, number(message["score"]).c_str(),
                     number(message["threadScore"]).c_str(), received.c_str(),
                     message["sender"].get<std::string>().c_str(),
                     message["subject"].get<std::string>().c_str(),
-                    message["topic"].get<std::string>().c_str());
+                    message["topic"].get<std::string>().c_str(), *colour ? "\033[0m" : "");
     }
 }
 
@@ -214,6 +235,16 @@ void Inbox(const InboxOptions& options) {
 }
 
 }  // namespace
+
+std::string TopScoredInboxMessage() {
+    const json top = InboxMessages(InboxOrder::Score, 1);
+    if (top.empty() || top[0]["score"].is_null()) return {};
+    return top[0]["entryId"].get<std::string>();
+}
+
+void ColourInboxScores(bool colour) {
+    g_colourScores = colour;
+}
 
 void AddInboxCommands(CLI::App& app) {
     auto json = std::make_shared<bool>(false);

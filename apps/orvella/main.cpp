@@ -47,26 +47,15 @@ int main(int argc, char** argv) {
                  : PresetAnswer::None,
             isatty(STDERR_FILENO) != 0 ? ProgressStyle::InPlace : ProgressStyle::FinalText, true);
         terminalInstalled.emplace(*terminal);
+        // Inbox listings colour scores by band on a terminal, unless NO_COLOR asks otherwise.
+        orvella::cli::ColourInboxScores(isatty(STDOUT_FILENO) != 0 && !std::getenv("NO_COLOR"));
         if (!home.empty()) orvella::platform::SetHomeDirectory(home);
         // The profile travels as the environment MAPILogonEx reads, also to child processes.
         if (!profile.empty()) setenv("ORVELLA_PROFILE", profile.c_str(), 1);
     });
 
-    orvella::cli::AddRegCommands(app);
-    orvella::cli::AddProfileCommands(app);
-    orvella::cli::AddMailboxCommands(app);
-    orvella::cli::AddMsgCommands(app);
-    orvella::cli::AddImportCommands(app);
-    orvella::cli::AddDirectoryCommands(app);
-    orvella::cli::AddOutlookCommands(app);
-    orvella::cli::AddSessionCommands(app);
-    orvella::cli::AddIdentityCommands(app);
-    orvella::cli::AddLogCommands(app);
-    orvella::cli::AddContactCommands(app);
-    orvella::cli::AddThreadCommands(app);
-    orvella::cli::AddInboxCommands(app);
-    orvella::cli::AddExplainCommands(app);
-    orvella::cli::AddProcessCommands(app);
+    orvella::cli::AddDemoCommands(app);
+    orvella::cli::AddAllCommands(app);
 
     try {
         app.parse(argc, argv);

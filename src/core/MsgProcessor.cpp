@@ -35,15 +35,6 @@ private:
     HANDLE mutex_;
 };
 
-// The counter of a score's band, tested in this order; 59 and 60 fall to the last band.
-ULONG BandOfScore(LONG score) {
-    if (score >= 125) return STAT_BAND_HIGH;
-    if (score > 60) return STAT_BAND_MEDIUM;
-    if (score > 16 && score < 59) return STAT_BAND_NORMAL;
-    if (score < -17) return STAT_BAND_DEFAULT;
-    return STAT_BAND_LOW;
-}
-
 void CountScoredMessage(LONG score) {
     CStatistics& statistics = CStatistics::Instance();
     statistics.Increment(STAT_MESSAGES_ANALYZED);

@@ -57,3 +57,11 @@ std::map<ULONG, ULONG> CStatistics::Parse(const std::string& text) {
     }
     return counters;
 }
+
+ULONG BandOfScore(LONG score) {
+    if (score >= 125) return STAT_BAND_HIGH;
+    if (score > 60) return STAT_BAND_MEDIUM;
+    if (score > 16 && score < 59) return STAT_BAND_NORMAL;
+    if (score < -17) return STAT_BAND_DEFAULT;
+    return STAT_BAND_LOW;
+}

@@ -21,6 +21,10 @@ enum StatisticsCounter : ULONG {
     STAT_PRIORITIES_ASSIGNED = 203,
 };
 
+// The band counter a message score counts under, its bands tested in this order: 125 and up,
+// above 60, 17 to 58, below -17, and the rest (-17 to 16, and 59 and 60).
+ULONG BandOfScore(LONG score);
+
 // Every member may be called from any thread; each takes the table's own lock.
 class CStatistics {
 public:

@@ -16,6 +16,7 @@
 #include <string>
 #include <vector>
 
+#include "enron_corpus.h"
 #include "import_fixture.h"
 #include "mapiutil.h"
 
@@ -27,11 +28,6 @@ using orvella::platform::mapi::RowSetPtr;
 using orvella::testing::PropText;
 using orvella::testing::RecipientTexts;
 namespace mail = orvella::host::mail;
-
-fs::path Corpus() {
-    const char* set = std::getenv("ORVELLA_CORPUS");
-    return fs::path(set ? set : ORVELLA_CORPUS) / "enron";
-}
 
 std::string Lower(std::string text) {
     std::transform(text.begin(), text.end(), text.begin(),
@@ -171,7 +167,7 @@ protected:
 
     void CheckMailbox(const std::string& owner) {
         SCOPED_TRACE(owner);
-        const fs::path root = Corpus() / owner;
+        const fs::path root = orvella::testing::EnronCorpus() / owner;
         std::map<std::string, ULONG> expected_counts;
         std::vector<std::pair<fs::path, std::string>> files;  // file, folder
         for (const auto& entry : fs::recursive_directory_iterator(root)) {
@@ -216,20 +212,13 @@ protected:
 };
 
 TEST_P(EnronCorpus, MailboxImportsWithItsFoldersAndHeaders) {
-    if (!fs::is_directory(Corpus() / GetParam())) GTEST_SKIP() << "no corpus at " << Corpus();
-    if (GetParam() != "presto-k" && !std::getenv("ORVELLA_FULL_CORPUS")) {
-        GTEST_SKIP() << "set ORVELLA_FULL_CORPUS=1 for every mailbox";
-    }
+    if (const std::string why = orvella::testing::EnronSkipReason(GetParam()); !why.empty())
+        GTEST_SKIP() << why;
     CheckMailbox(GetParam());
 }
 
 INSTANTIATE_TEST_SUITE_P(Mailboxes, EnronCorpus,
-                         ::testing::Values("allen-p", "buy-r", "grigsby-m", "keavey-p", "lewis-a",
-                                           "presto-k"),
-                         [](const auto& info) {
-                             std::string name = info.param;
-                             std::replace(name.begin(), name.end(), '-', '_');
-                             return name;
-                         });
+                         ::testing::ValuesIn(orvella::testing::EnronMailboxes()),
+                         orvella::testing::EnronTestName);
 
 }  // namespace

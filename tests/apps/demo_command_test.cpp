@@ -1,0 +1,57 @@
+// orvella demo, run as a newcomer runs it: a generated mailbox goes into a fresh home through
+// the commands it shows, and the home is left with a fully prioritized Inbox.
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <fstream>
+#include <nlohmann/json.hpp>
+#include <string>
+
+#include "run_orvella.h"
+
+namespace orvella::testing {
+namespace {
+
+namespace fs = std::filesystem;
+
+// The JSON object a command printed last (progress lines may come before it).
+nlohmann::json LastJson(const std::string& output) {
+    return nlohmann::json::parse(output.substr(output.rfind("\n{") + 1));
+}
+
+TEST(DemoCommandTest, BuildsAFreshHomeWithAPrioritizedInboxThroughTheCommandsItShows) {
+    TempHome home;
+    const fs::path demo = home.path();
+    CommandResult run =
+        Orvella(home, "demo --messages 300 --seed 7 --home '" + demo.string() + "'");
+    ASSERT_EQ(run.status, 0) << run.output;
+    for (const std::string& shown : std::initializer_list<std::string>{
+             "$ orvella init --address ", "$ orvella contact add --name ", "$ orvella import ",
+             "$ orvella process", "$ orvella inbox --order day --limit 20", "$ orvella stats",
+             "$ orvella explain ", "score now: ", "export ORVELLA_HOME=" + demo.string()})
+        EXPECT_NE(run.output.find(shown), std::string::npos) << shown << "\n" << run.output;
+
+    // Nothing is left unprocessed in the demo's home.
+    CommandResult again = Orvella(home, "process --json");
+    ASSERT_EQ(again.status, 0) << again.output;
+    EXPECT_EQ(LastJson(again.output)["count"], 0) << again.output;
+    CommandResult inbox = Orvella(home, "inbox --json");
+    ASSERT_EQ(inbox.status, 0) << inbox.output;
+    const auto messages = nlohmann::json::parse(inbox.output);
+    EXPECT_GT(messages.size(), 200u);
+    for (const auto& message : messages) EXPECT_FALSE(message["score"].is_null());
+}
+
+TEST(DemoCommandTest, RefusesAHomeThatIsNotEmptyAndLeavesItAlone) {
+    TempHome home;
+    const fs::path used = home.path() / "used";
+    fs::create_directories(used);
+    std::ofstream(used / "keep.txt") << "mine";
+    CommandResult run = Orvella(home, "demo --messages 100 --home '" + used.string() + "'");
+    EXPECT_EQ(run.status, 1);
+    EXPECT_NE(run.output.find("is not empty"), std::string::npos) << run.output;
+    EXPECT_EQ(std::distance(fs::directory_iterator(used), fs::directory_iterator()), 1);
+}
+
+}  // namespace
+}  // namespace orvella::testing

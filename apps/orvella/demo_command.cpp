@@ -1,9 +1,7 @@
 // orvella demo: from nothing to a prioritized Inbox in one command. A generated mailbox goes
 // into a fresh home through the commands a person would type, which the demo shows and runs.
-#include <fcntl.h>
 #include <unistd.h>
 
-#include <algorithm>
 #include <chrono>
 #include <cstdio>
 #include <cstdlib>
@@ -16,6 +14,7 @@
 #include "commands.h"
 #include "home.h"
 #include "mailbox_generator.h"
+#include "store_schema.h"
 
 namespace orvella::cli {
 namespace {
@@ -30,11 +29,6 @@ struct DemoOptions {
 };
 
 // The priority names `contact add` takes, from Junk (-2) to Very High (2).
-const char* PriorityName(int level) {
-    static const char* const names[] = {"Junk", "Low", "Normal", "High", "'Very High'"};
-    return names[std::clamp(level, -2, 2) + 2];
-}
-
 // A fresh home: the one asked for, which must be new or empty, or a new temporary directory.
 fs::path FreshHome(const std::string& asked) {
     if (asked.empty()) {
@@ -72,11 +66,15 @@ void Run(const std::string& line) {
 // Runs a command without its output (the demo says what it did instead).
 void RunQuietly(const std::string& line) {
     std::fflush(stdout);
+    std::FILE* null = std::fopen("/dev/null", "we");
+    if (!null) throw CommandError("cannot silence a command");
     const int saved = dup(STDOUT_FILENO);
-    const int null = open("/dev/null", O_WRONLY | O_CLOEXEC);
-    if (saved < 0 || null < 0) throw CommandError("cannot silence a command");
-    dup2(null, STDOUT_FILENO);
-    close(null);
+    if (saved < 0) {
+        std::fclose(null);
+        throw CommandError("cannot silence a command");
+    }
+    dup2(fileno(null), STDOUT_FILENO);
+    std::fclose(null);
     struct Restore {
         int saved;
         ~Restore() {
@@ -91,7 +89,7 @@ void RunQuietly(const std::string& line) {
 std::string ContactLine(const generator::GeneratedContact& contact) {
     std::string line = "contact add --name '" + contact.name + "'";
     for (const std::string& address : contact.addresses) line += " --email " + address;
-    line += std::string(" --priority ") + PriorityName(contact.priority);
+    line += " --priority '" + ContactPriorityText(contact.priority) + "'";
     if (!contact.folder.empty()) line += " --folder '" + contact.folder + "'";
     return line;
 }

@@ -16,6 +16,7 @@ namespace {
 
 using orvella::platform::mapi::ComPtr;
 using orvella::platform::mapi::MapiBuffer;
+using orvella::platform::mapi::RowSetPtr;
 using orvella::testing::ContentsTexts;
 using orvella::testing::EntryId;
 using orvella::testing::EntryIdOf;
@@ -306,6 +307,25 @@ TEST_F(StoreTest, HierarchyTableShowsDepthBelowTheFolder) {
     EXPECT_TRUE(subfolders->Value.b);
     ASSERT_EQ(HrGetOneProp(acme.Get(), PR_SUBFOLDERS, &subfolders), S_OK);
     EXPECT_FALSE(subfolders->Value.b);
+}
+
+// Depth first, a folder made later can come before one made earlier: the table must not take
+// its rows for being in id order when it follows its cursor's row across a change.
+TEST_F(StoreTest, ADeepHierarchyTableKeepsItsCursorOnItsRowWhenAFolderArrives) {
+    ComPtr<IMAPIFolder> work = MakeFolder(inbox_.Get(), "Work");
+    ASSERT_TRUE(MakeFolder(inbox_.Get(), "Home"));
+    ASSERT_TRUE(MakeFolder(work.Get(), "Clients"));  // shown before Home, made after it
+    ComPtr<IMAPITable> table;
+    ASSERT_EQ(inbox_->GetHierarchyTable(CONVENIENT_DEPTH, &table), S_OK);
+    SizedSPropTagArray(1, columns) = {1, {PR_DISPLAY_NAME_A}};
+    ASSERT_EQ(table->SetColumns(reinterpret_cast<LPSPropTagArray>(&columns), 0), S_OK);
+    ASSERT_EQ(table->SeekRow(BOOKMARK_BEGINNING, 2, nullptr), S_OK);
+    ASSERT_TRUE(MakeFolder(inbox_.Get(), "Later"));
+    RowSetPtr rows;
+    ASSERT_EQ(table->QueryRows(2, 0, &rows), S_OK);
+    ASSERT_EQ(rows->cRows, 2u);
+    EXPECT_STREQ(rows->aRow[0].lpProps[0].Value.lpszA, "Home");
+    EXPECT_STREQ(rows->aRow[1].lpProps[0].Value.lpszA, "Later");
 }
 
 TEST_F(StoreTest, OpenEntryTellsGoneObjectsFromForeignBytes) {

@@ -63,6 +63,9 @@ void AddAllCommands(CLI::App& app);
 // orvella demo [--messages N] [--seed S] [--home DIR]: runs the commands above itself.
 void AddDemoCommands(CLI::App& app);
 
+// orvella bench [--messages N] [--json]: the benchmark suite, each mailbox in a process of its own.
+void AddBenchCommands(CLI::App& app);
+
 // The entry id (hex) of the Inbox message with the highest score; empty when none is scored.
 std::string TopScoredInboxMessage();
 

@@ -1,20 +1,15 @@
 // orvella demo: from nothing to a prioritized Inbox in one command. A generated mailbox goes
 // into a fresh home through the commands a person would type, which the demo shows and runs.
-#include <unistd.h>
-
 #include <chrono>
 #include <cstdio>
-#include <cstdlib>
 #include <filesystem>
 #include <set>
 #include <string>
-#include <system_error>
 #include <vector>
 
 #include "commands.h"
-#include "home.h"
 #include "mailbox_generator.h"
-#include "store_schema.h"
+#include "scripted_commands.h"
 
 namespace orvella::cli {
 namespace {
@@ -27,72 +22,6 @@ struct DemoOptions {
     std::uint32_t seed = 1;
     std::string home;
 };
-
-// The priority names `contact add` takes, from Junk (-2) to Very High (2).
-// A fresh home: the one asked for, which must be new or empty, or a new temporary directory.
-fs::path FreshHome(const std::string& asked) {
-    if (asked.empty()) {
-        const char* temp = std::getenv("TMPDIR");
-        std::string pattern = (fs::path(temp && *temp ? temp : "/tmp") / "orvella-demo-XXXXXX");
-        if (!mkdtemp(pattern.data()))
-            throw CommandError("cannot make a directory for the demo in " + pattern);
-        return pattern;
-    }
-    const fs::path home = fs::absolute(asked);
-    std::error_code error;
-    if (fs::exists(home, error) && !fs::is_empty(home, error))
-        throw CommandError(home.string() +
-                           " is not empty: the demo builds a fresh home (give a new directory)");
-    fs::create_directories(home, error);
-    if (error) throw CommandError("cannot make " + home.string() + ": " + error.message());
-    return home;
-}
-
-// Runs a command here as orvella would.
-void Execute(const std::string& line) {
-    CLI::App command{"", "orvella"};
-    AddAllCommands(command);
-    command.parse(line, false);
-    std::fflush(stdout);
-}
-
-// Shows a command as a person would type it, then runs it.
-void Run(const std::string& line) {
-    std::printf("\n$ orvella %s\n", line.c_str());
-    std::fflush(stdout);
-    Execute(line);
-}
-
-// Runs a command without its output (the demo says what it did instead).
-void RunQuietly(const std::string& line) {
-    std::fflush(stdout);
-    std::FILE* null = std::fopen("/dev/null", "we");
-    if (!null) throw CommandError("cannot silence a command");
-    const int saved = dup(STDOUT_FILENO);
-    if (saved < 0) {
-        std::fclose(null);
-        throw CommandError("cannot silence a command");
-    }
-    dup2(fileno(null), STDOUT_FILENO);
-    std::fclose(null);
-    struct Restore {
-        int saved;
-        ~Restore() {
-            std::fflush(stdout);
-            dup2(saved, STDOUT_FILENO);
-            close(saved);
-        }
-    } restore{saved};
-    Execute(line);
-}
-
-std::string ContactLine(const generator::GeneratedContact& contact) {
-    std::string line = "contact add --name '" + contact.name + "'";
-    for (const std::string& address : contact.addresses) line += " --email " + address;
-    line += " --priority '" + ContactPriorityText(contact.priority) + "'";
-    if (!contact.folder.empty()) line += " --folder '" + contact.folder + "'";
-    return line;
-}
 
 void AddContacts(const std::vector<generator::GeneratedContact>& contacts) {
     if (contacts.empty()) return;
@@ -110,9 +39,8 @@ void AddContacts(const std::vector<generator::GeneratedContact>& contacts) {
 
 void Demo(const DemoOptions& options) {
     const auto started = std::chrono::steady_clock::now();
-    const fs::path home = FreshHome(options.home);
-    platform::SetHomeDirectory(home);
-    setenv("ORVELLA_HOME", home.c_str(), 1);
+    const fs::path home = FreshHome(options.home, "orvella-demo");
+    UseHome(home);
     const fs::path mail = home / "generated-mail";
     std::printf(
         "Orvella demo: a generated mailbox of %zu messages (seed %u) in a fresh home,\n%s\n",
@@ -123,9 +51,7 @@ void Demo(const DemoOptions& options) {
                 mailbox.own_addresses.front().c_str(), mailbox.inbox_messages,
                 mailbox.sent_messages, mailbox.contacts.size());
 
-    std::string init = "init";
-    for (const std::string& address : mailbox.own_addresses) init += " --address " + address;
-    Run(init);
+    Run(InitLine(mailbox));
     AddContacts(mailbox.contacts);
     Run("import '" + mail.string() + "' --tree");
     Run("process");

@@ -55,6 +55,7 @@ int main(int argc, char** argv) {
     });
 
     orvella::cli::AddDemoCommands(app);
+    orvella::cli::AddBenchCommands(app);
     orvella::cli::AddAllCommands(app);
 
     try {

@@ -5,7 +5,6 @@
 #include <algorithm>
 #include <cstdlib>
 #include <filesystem>
-#include <fstream>
 #include <map>
 #include <nlohmann/json.hpp>
 #include <optional>
@@ -13,6 +12,7 @@
 #include <vector>
 
 #include "enron_corpus.h"
+#include "mailbox_owner.h"
 #include "run_orvella.h"
 #include "store_fixture.h"
 
@@ -25,35 +25,6 @@ using platform::mapi::RowSetPtr;
 
 std::string Quoted(const std::string& word) {
     return "'" + word + "'";
-}
-
-// The value of the message file's first "From:" header line, or empty.
-std::string FromOf(const fs::path& file) {
-    std::ifstream in(file, std::ios::binary);
-    for (std::string line; std::getline(in, line);) {
-        if (!line.empty() && line.back() == '\r') line.pop_back();
-        if (line.empty()) break;  // end of the header
-        if (line.rfind("From:", 0) == 0) {
-            const size_t first = line.find_first_not_of(' ', 5);
-            return first == std::string::npos ? "" : line.substr(first);
-        }
-    }
-    return "";
-}
-
-// The mailbox owner's address: the commonest sender of the mail in its sent folders.
-std::string OwnerAddress(const fs::path& mailbox) {
-    std::map<std::string, int> senders;
-    for (const char* sent : {"sent", "sent_items", "_sent_mail"}) {
-        if (!fs::is_directory(mailbox / sent)) continue;
-        for (const auto& entry : fs::directory_iterator(mailbox / sent))
-            if (entry.is_regular_file()) ++senders[FromOf(entry.path())];
-    }
-    senders.erase("");
-    if (senders.empty()) return "";
-    return std::max_element(senders.begin(), senders.end(),
-                            [](const auto& a, const auto& b) { return a.second < b.second; })
-        ->first;
 }
 
 // What an Inbox message shows of processing; the markers are absent until it is processed.
@@ -214,7 +185,7 @@ protected:
 TEST_P(EnronEndToEnd, ImportedMailIsAllProcessedAndEveryThreadShowsItsAverage) {
     if (const std::string why = EnronSkipReason(GetParam()); !why.empty()) GTEST_SKIP() << why;
     const fs::path mailbox = EnronCorpus() / GetParam();
-    const std::string owner = OwnerAddress(mailbox);
+    const std::string owner = host::mail::GuessOwnerAddress(mailbox);
     ASSERT_FALSE(owner.empty()) << "no sent mail in " << mailbox;
 
     const CommandResult init = Orvella(home_, "init --address " + Quoted(owner));

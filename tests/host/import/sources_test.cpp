@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "import_fixture.h"
+#include "mailbox_owner.h"
 #include "mapiutil.h"
 #include "store_writer.h"
 
@@ -226,6 +227,27 @@ TEST_F(Sources, NewMailIsUnreadInTheReceiveFolder) {
     auto messages = Messages(inbox_.Get());
     ASSERT_EQ(messages.size(), 1u);
     EXPECT_EQ(PropText(messages[0].Get(), PR_MESSAGE_FLAGS), "0");
+}
+
+TEST_F(Sources, TheOwnerIsTheCommonestSenderOfTheSentFolders) {
+    const auto sent = [](const std::string& from) {
+        return "From: " + from + "\nTo: x@example.org\nSubject: s\n\nbody\n";
+    };
+    // Sent folders of three layouts; an address in any case and with a display name or folded.
+    WriteFile("box/sent/1.", sent("Ann.Owner@Example.org"));
+    WriteFile("box/_sent_mail/1.", sent("\"Owner, Ann\" <ann.owner@example.org>"));
+    WriteFile("box/Sent Items/1.", "From:\n Ann <ann.owner@example.org>\nTo: x@y\n\nbody\n");
+    WriteFile("box/sent/2.", sent("helper@example.org"));
+    WriteFile("box/sent/3.", sent("helper@example.org"));
+    WriteFile("box/sent/4.", "To: x@example.org\n\nno sender\n");
+    // The Inbox holds more mail from others than the owner ever sent.
+    for (int i = 0; i < 5; ++i)
+        WriteFile("box/inbox/" + std::to_string(i), sent("boss@example.org"));
+    EXPECT_EQ(mail::GuessOwnerAddress(MailDir() / "box"), "ann.owner@example.org");
+
+    WriteFile("unsent/inbox/1", sent("boss@example.org"));
+    EXPECT_EQ(mail::GuessOwnerAddress(MailDir() / "unsent"), "");
+    EXPECT_EQ(mail::GuessOwnerAddress(MailDir() / "missing"), "");
 }
 
 }  // namespace

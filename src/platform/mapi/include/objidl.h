@@ -47,10 +47,10 @@ DEFINE_GUID(IID_ISequentialStream, 0x0C733A30, 0x2A1C, 0x11CE, 0xAD, 0xE5, 0x00,
 #define STGC_DANGEROUSLYCOMMITMERELYTODISKCACHE 4
 #define STGC_CONSOLIDATE 8
 
-// IStream::LockRegion types
-#define LOCK_WRITE 1
-#define LOCK_EXCLUSIVE 2
-#define LOCK_ONLYONCE 4
+// IStream::LockRegion types, an enumeration as on Windows. The C library's <fcntl.h> defines
+// a flock() LOCK_WRITE macro of its own; this one takes its place where both are seen.
+#undef LOCK_WRITE
+typedef enum tagLOCKTYPE { LOCK_WRITE = 1, LOCK_EXCLUSIVE = 2, LOCK_ONLYONCE = 4 } LOCKTYPE;
 
 // What IStream::Stat reports. pwcsName is allocated by the stream unless STATFLAG_NONAME.
 typedef struct tagSTATSTG {

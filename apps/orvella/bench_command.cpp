@@ -206,14 +206,14 @@ void AddBenchCommands(CLI::App& app) {
         ->add_option("--messages", options->messages,
                      "Messages of the generated mailbox (100 to 1,000,000; default 20,000)")
         ->check(CLI::Range(std::size_t{100}, std::size_t{1'000'000}));
-    bench->add_option("--seed", options->seed, "The generator's seed");
+    bench->add_option("--seed", options->seed, "The generator's seed (default 1)");
     CLI::Option* corpus = bench->add_option(
         "--corpus", options->corpus,
         "The Enron corpus directory (default: $ORVELLA_CORPUS/enron when present)");
     bench->add_flag("--no-corpus", options->noCorpus, "Measure the generated mailbox only")
         ->excludes(corpus);
     bench->add_flag("--json", options->json, "Print JSON, for scripts comparing runs");
-    bench->add_flag("--keep", options->keep, "Keep each mailbox's home (they are removed)");
+    bench->add_flag("--keep", options->keep, "Keep each mailbox's home instead of removing it");
     bench->add_option("--measure", options->measure)->group("");
     bench->add_option("--mail", options->mail)->group("");
     bench->add_option("--in", options->in)->group("");

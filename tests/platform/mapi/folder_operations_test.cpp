@@ -74,7 +74,7 @@ TEST_F(StoreTest, CreateFolderOpensOrRefusesAnExistingName) {
 }
 
 // What a folder holds before DeleteFolder is asked to remove it.
-enum class Holding { Nothing, Messages, AssociatedMessages, Subfolder };
+enum class Holding { Nothing, Messages, AssociatedMessages, Subfolder, MessageTwoFoldersDown };
 
 TEST_F(StoreTest, DeleteFolderRemovesOnlyWhatItIsAllowedTo) {
     struct Case {
@@ -93,6 +93,9 @@ TEST_F(StoreTest, DeleteFolderRemovesOnlyWhatItIsAllowedTo) {
         {Holding::Subfolder, DEL_MESSAGES, MAPI_E_HAS_FOLDERS},
         {Holding::Subfolder, DEL_FOLDERS, S_OK},
         {Holding::Subfolder, DEL_FOLDERS | DEL_MESSAGES, S_OK},
+        // Deleting subfolders never deletes their messages unasked.
+        {Holding::MessageTwoFoldersDown, DEL_FOLDERS, MAPI_E_HAS_MESSAGES},
+        {Holding::MessageTwoFoldersDown, DEL_FOLDERS | DEL_MESSAGES, S_OK},
     };
     int n = 0;
     for (const Case& c : cases) {
@@ -110,6 +113,13 @@ TEST_F(StoreTest, DeleteFolderRemovesOnlyWhatItIsAllowedTo) {
             ComPtr<IMAPIFolder> child = MakeFolder(doomed.Get(), "Child");
             ASSERT_TRUE(child);
             inside = EntryIdOf(child.Get());
+        }
+        if (c.holding == Holding::MessageTwoFoldersDown) {
+            ComPtr<IMAPIFolder> child = MakeFolder(doomed.Get(), "Child");
+            ASSERT_TRUE(child);
+            ComPtr<IMAPIFolder> grandchild = MakeFolder(child.Get(), "Grandchild");
+            ASSERT_TRUE(grandchild);
+            inside = SaveIn(grandchild.Get(), {Text(PR_SUBJECT_A, "kept")});
         }
         EXPECT_EQ(inbox_->DeleteFolder(static_cast<ULONG>(folder_id.size()),
                                        reinterpret_cast<LPENTRYID>(folder_id.data()), 0, nullptr,

@@ -7,6 +7,19 @@
 #include "store_objects.h"
 
 namespace orvella::platform::mapi::store {
+namespace {
+
+// Whether the folder or any folder below it holds messages, normal or associated.
+bool SubtreeHoldsMessages(StoreDatabase& store, ObjectId folder) {
+    if (store.CountChildren(folder, EntryKind::Message, false) ||
+        store.CountChildren(folder, EntryKind::Message, true))
+        return true;
+    for (ObjectId child : store.Children(folder, EntryKind::Folder, false))
+        if (SubtreeHoldsMessages(store, child)) return true;
+    return false;
+}
+
+}  // namespace
 
 Folder::Folder(std::shared_ptr<StoreDatabase> store, const ObjectInfo& info, bool writable)
     : props_(std::move(store), info, writable, *this) {}
@@ -178,8 +191,7 @@ HRESULT Folder::DeleteFolder(ULONG cb, LPENTRYID entry_id, ULONG_PTR, LPMAPIPROG
             return MAPI_E_NOT_FOUND;
         if (!(flags & DEL_FOLDERS) && store.CountChildren(info->id, EntryKind::Folder, false))
             return MAPI_E_HAS_FOLDERS;
-        if (!(flags & DEL_MESSAGES) && (store.CountChildren(info->id, EntryKind::Message, false) ||
-                                        store.CountChildren(info->id, EntryKind::Message, true)))
+        if (!(flags & DEL_MESSAGES) && SubtreeHoldsMessages(store, info->id))
             return MAPI_E_HAS_MESSAGES;
         ObjectId id = info->id;
         store.Delete(std::span<const ObjectId>(&id, 1));

@@ -232,6 +232,37 @@ TEST_F(StoreTest, NewStoreHasTheStandardFolders) {
     EXPECT_EQ(HrGetOneProp(inbox_.Get(), PR_IPM_CONTACT_ENTRYID, &contacts), S_OK);
 }
 
+TEST_F(StoreTest, AnEntryOfAStoreOutsideTheProfileIsUnknownToItsSession) {
+    store::StoreSetup setup{"Work Folders", store::StoreKind::Personal, true, false};
+    store::CreateProfile("Work", std::span(&setup, 1));
+    ComPtr<IMAPISession> work;
+    ASSERT_EQ(MAPILogonEx(0, const_cast<char*>("Work"), nullptr, MAPI_EXTENDED, &work), S_OK);
+    ComPtr<IMAPITable> stores;
+    ASSERT_EQ(work->GetMsgStoresTable(0, &stores), S_OK);
+    SizedSPropTagArray(1, columns) = {1, {PR_ENTRYID}};
+    RowSetPtr rows;
+    ASSERT_EQ(HrQueryAllRows(stores.Get(), reinterpret_cast<LPSPropTagArray>(&columns), nullptr,
+                             nullptr, 0, &rows),
+              S_OK);
+    const SBinary& storeId = rows->aRow[0].lpProps[0].Value.bin;
+    ComPtr<IMsgStore> workStore;
+    ASSERT_EQ(work->OpenMsgStore(0, storeId.cb, reinterpret_cast<LPENTRYID>(storeId.lpb), nullptr,
+                                 0, &workStore),
+              S_OK);
+    ULONG cb = 0;
+    MapiBuffer<ENTRYID> workInbox;
+    ASSERT_EQ(
+        workStore->GetReceiveFolder(const_cast<char*>("IPM.Note"), 0, &cb, &workInbox, nullptr),
+        S_OK);
+
+    ULONG type = 0;
+    ComPtr<IUnknown> opened;
+    EXPECT_EQ(session_->OpenEntry(cb, workInbox.Get(), nullptr, 0, &type, &opened),
+              MAPI_E_UNKNOWN_ENTRYID);
+    EXPECT_EQ(work->OpenEntry(cb, workInbox.Get(), nullptr, 0, &type, &opened), S_OK);
+    EXPECT_EQ(type, static_cast<ULONG>(MAPI_FOLDER));
+}
+
 TEST(StoreFileTest, AFileThatIsNotAStoreIsNamedAndLeftAlone) {
     orvella::testing::TempHome home;
     ASSERT_EQ(MAPIInitialize(nullptr), S_OK);

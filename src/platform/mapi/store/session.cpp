@@ -98,8 +98,9 @@ HRESULT Session::OpenEntry(ULONG cb, LPENTRYID entry_id, LPCIID iface, ULONG fla
     if (!parts) return MAPI_E_INVALID_ENTRYID;
     std::lock_guard lock(mutex_);
     return Guarded(last_error_, [&]() -> HRESULT {
+        // An entry of a store this profile does not have: its provider is not open here.
         auto store = StoreFor(parts->store);
-        if (!store) return MAPI_E_NOT_FOUND;
+        if (!store) return MAPI_E_UNKNOWN_ENTRYID;
         return OpenStoreEntry(store, cb, entry_id, iface, flags, type, out);
     });
 }

@@ -7,6 +7,7 @@
 #include "COutlookContext.h"
 #include "CStatistics.h"
 #include "core_failures.h"
+#include "mapi_shared_commit.h"
 #include "mapiguid.h"
 #include "mapiutil.h"
 #include "msg_props.h"
@@ -59,6 +60,10 @@ FILETIME MessageTime(IMessage* message, const SPropValue* properties) {
 // thread's other Inbox messages, the counters. False when the attributes could not be written.
 bool ScoreMessage(COutlookContext& context, IMsgScore& scorer, ThreadWrites& threadWrites,
                   IMessage* message, LPSPropValue properties) {
+    // What scoring writes is derived and lands whole: the thread's record, the message's
+    // attributes and the average on its siblings share one commit. After a crash before it
+    // none of them is there, and the message, lacking its markers, is processed again.
+    const auto sharedCommit = orvella::platform::mapi::BeginSharedCommit(context.MailStore());
     const SPropValue* subject = MsgPropValue(properties, MP_SUBJECT, PR_SUBJECT_A);
     MsgThreadPtr thread;
     context.GetOrCreateThread(subject ? subject->Value.lpszA : nullptr, message, thread);

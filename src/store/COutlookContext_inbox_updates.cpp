@@ -1,6 +1,7 @@
 // Rewriting the stored scores of one thread's Inbox messages in place: the thread's new average
 // after a message joined it, and a changed score after its priority or reply count changed.
 #include "COutlookContext.h"
+#include "mapi_shared_commit.h"
 #include "mapiutil.h"
 #include "restricted_walk.h"
 #include "store_failures.h"
@@ -53,6 +54,10 @@ void COutlookContext::UpdateInboxMsgThreadScores(CMsgThread* thread,
         others.rt = RES_AND;
         others.res.resAnd = {3, parts};
 
+        // The stored averages are derived from the thread record: a crash before the shared
+        // commit leaves the old ones, which the next message of the thread or a rescoring run
+        // writes again. One commit for the whole thread instead of one per message.
+        const auto sharedCommit = orvella::platform::mapi::BeginSharedCommit(mailStore_.Get());
         WalkRestricted(table.Get(), &others, 1, WalkFailuresOf(operation),
                        [&](const SRowSet& rows) {
                            const SRow& row = rows.aRow[0];

@@ -117,6 +117,24 @@ TEST_F(StoreQueryPlanTest, HotQueriesSearchTheirIndexes) {
     SRestriction by_thread = {};
     by_thread.rt = RES_PROPERTY;
     by_thread.res.resProperty = {RELOP_EQ, thread_, &wanted_thread};
+    // The messages of the thread that do not show a score yet: what shows it is left out by a
+    // lookup of each candidate's score, not by reading the messages that show it.
+    const ULONG score = NamedLong("OV-ThreadScore");
+    SPropValue shown_score = Long(score, 5);
+    SRestriction shown[2] = {};
+    shown[0].rt = RES_EXIST;
+    shown[0].res.resExist.ulPropTag = score;
+    shown[1].rt = RES_PROPERTY;
+    shown[1].res.resProperty = {RELOP_EQ, score, &shown_score};
+    SRestriction shows = {};
+    shows.rt = RES_AND;
+    shows.res.resAnd = {2, shown};
+    SRestriction not_shown[2] = {by_thread, {}};
+    not_shown[1].rt = RES_NOT;
+    not_shown[1].res.resNot.lpRes = &shows;
+    SRestriction by_thread_not_shown = {};
+    by_thread_not_shown.rt = RES_AND;
+    by_thread_not_shown.res.resAnd = {2, not_shown};
     SPropValue wanted_class = Text(PR_MESSAGE_CLASS_A, "ipm.task");
     SRestriction by_class = {};
     by_class.rt = RES_CONTENT;
@@ -148,6 +166,12 @@ TEST_F(StoreQueryPlanTest, HotQueriesSearchTheirIndexes) {
          [&] { Walk(by_thread, 20); },
          {{"SEARCH props USING COVERING INDEX value_80000003 (val=? AND obj>?)",
            "SEARCH objects USING INTEGER PRIMARY KEY (rowid=?)"},
+          row_values}},
+        {"a restricted walk by thread id past what shows a score",
+         [&] { Walk(by_thread_not_shown, 20); },
+         {{"SEARCH props USING COVERING INDEX value_80000003 (val=? AND obj>?)",
+           "SEARCH objects USING INTEGER PRIMARY KEY (rowid=?)",
+           "SEARCH x USING PRIMARY KEY (obj=? AND tag=?)"},
           row_values}},
         {"a restricted walk by message class",
          [&] { Walk(by_class, 286); },

@@ -10,7 +10,9 @@
 #include "mapitags.h"
 #include "mapiutil.h"
 #include "mapix.h"
+#include "profile.h"
 #include "random_mailbox.h"
+#include "store_database.h"
 #include "store_fixture.h"
 #include "store_test_support.h"
 #include "table_test_rows.h"
@@ -196,6 +198,62 @@ TEST_F(TableRestrictionTest, WalksForWhatLacksAPropertyFindEveryMatchAcrossManyW
         found.push_back(t::Serials(row.Get()).front());
     }
     EXPECT_EQ(found, std::vector<LONG>(lacking.rbegin(), lacking.rend()));
+}
+
+// A walk keeps what it learnt of the candidates ahead of its cursor only while nothing it
+// depends on changes: values changed ahead of the cursor between its steps, here or through
+// another connection to the file, are found (or left out) as they now are.
+TEST_F(TableRestrictionTest, AWalkFindsWhatChangedAheadOfItsCursorBetweenSteps) {
+    const ULONG thread = NamedLong("Thread");
+    const ULONG shown = NamedLong("Shown");
+    std::vector<t::EntryId> saved;
+    for (LONG serial = 0; serial < 100; ++serial) {
+        std::vector<SPropValue> values = {t::Long(t::kSerial, serial),
+                                          t::Long(thread, serial % 2 == 0 ? 7 : 8)};
+        if (serial == 20 || serial == 40) values.push_back(t::Long(shown, 5));
+        saved.push_back(SaveMessage(values));
+    }
+    // The messages of thread 7 that do not show 5 yet.
+    SRestriction others =
+        built_.And({built_.Property(RELOP_EQ, t::Long(thread, 7)),
+                    built_.Not(built_.And(
+                        {built_.Exist(shown), built_.Property(RELOP_EQ, t::Long(shown, 5))}))});
+    ComPtr<IMAPITable> table;
+    ASSERT_EQ(inbox_->GetContentsTable(0, &table), S_OK);
+    SizedSPropTagArray(1, columns) = {1, {t::kSerial}};
+    ASSERT_EQ(table->SetColumns(reinterpret_cast<LPSPropTagArray>(&columns), 0), S_OK);
+    auto set = [&](LONG serial, SPropValue value) {
+        ComPtr<IMessage> message = Open(saved[serial]);
+        ASSERT_EQ(HrSetOneProp(message.Get(), &value), S_OK);
+        ASSERT_EQ(message->SaveChanges(0), S_OK);
+    };
+    std::vector<LONG> found;
+    while (table->FindRow(&others, BOOKMARK_CURRENT, 0) == S_OK) {
+        orvella::platform::mapi::RowSetPtr row;
+        ASSERT_EQ(table->QueryRows(1, 0, &row), S_OK);
+        found.push_back(t::Serials(row.Get()).front());
+        if (found.size() != 1) continue;
+        set(51, t::Long(thread, 7));  // joins the thread ahead
+        set(10, t::Long(shown, 5));   // shows it now
+        set(20, t::Long(shown, 6));   // no longer shows it
+        set(0, t::Long(shown, 6));    // behind the cursor: changes nothing ahead
+        // Another connection to the same file moves message 61 into the thread.
+        auto parts = orvella::platform::mapi::store::ParseEntryId(
+            static_cast<ULONG>(saved[61].size()), reinterpret_cast<LPENTRYID>(saved[61].data()));
+        ASSERT_TRUE(parts);
+        orvella::platform::mapi::store::StoreDatabase other(
+            orvella::platform::mapi::store::ProfileStores("Outlook")[0].file);
+        const SPropValue joins = t::Long(thread, 7);
+        orvella::platform::mapi::store::SaveRequest request;
+        request.id = parts->object;
+        request.force = true;
+        request.set = {&joins};
+        other.Save(request);
+    }
+    EXPECT_EQ(found,
+              (std::vector<LONG>{0,  2,  4,  6,  8,  12, 14, 16, 18, 20, 22, 24, 26, 28, 30, 32, 34,
+                                 36, 38, 42, 44, 46, 48, 50, 51, 52, 54, 56, 58, 60, 61, 62, 64, 66,
+                                 68, 70, 72, 74, 76, 78, 80, 82, 84, 86, 88, 90, 92, 94, 96, 98}));
 }
 
 }  // namespace

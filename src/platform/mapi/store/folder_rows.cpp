@@ -15,6 +15,9 @@
 namespace orvella::platform::mapi::store {
 namespace {
 
+// The fewest candidates a forward window reads: what a walk's next steps will ask for.
+constexpr std::size_t kKeptWindow = 64;
+
 // Types whose stored order and equality in SQL (NOCASE text, integers, reals, memcmp blobs)
 // agree with CompareProps.
 bool SqlComparable(ULONG type) {
@@ -42,6 +45,14 @@ bool ComputedInRows(ULONG tag) {
     return tag == PR_INSTANCE_KEY || tag == PR_DEPTH || tag == PR_CONTENT_COUNT ||
            tag == PR_ASSOC_CONTENT_COUNT || tag == PR_SUBFOLDERS ||
            std::find(common.begin(), common.end(), tag) != common.end();
+}
+
+// Whether no object stores a value under the tag's property id, in any type: SetProps refuses
+// the ids that every object computes (its entry id ...), and nothing else writes values.
+bool NeverStored(ULONG tag) {
+    const std::vector<ULONG>& common = CommonComputedTags();
+    return std::any_of(common.begin(), common.end(),
+                       [&](ULONG computed) { return PROP_ID(computed) == PROP_ID(tag); });
 }
 
 // Every tag a restriction reads, with the multi-valued form of each single-valued one (the
@@ -180,24 +191,30 @@ std::string FolderRows::EqualValues(ULONG tag, const SPropValue* value,
            std::to_string(binds.size() + 2) + " COLLATE NOCASE";
 }
 
-std::string FolderRows::Narrowing(const SRestriction& res, std::vector<const SPropValue*>& binds) {
+std::string FolderRows::Narrowing(const SRestriction& res, std::vector<const SPropValue*>& binds,
+                                  std::vector<ULONG>& tags) {
     auto nested = [](const std::string& select) { return "SELECT obj FROM (" + select + ")"; };
     switch (res.rt) {
         case RES_PROPERTY:
-            if (!NarrowedTag(res)) return {};
-            return EqualValues(res.res.resProperty.ulPropTag, res.res.resProperty.lpProp, binds);
-        case RES_CONTENT:
-            if (!NarrowedTag(res)) return {};
-            return EqualValues(res.res.resContent.ulPropTag, res.res.resContent.lpProp, binds);
+        case RES_CONTENT: {
+            const ULONG tag = NarrowedTag(res);
+            if (!tag) return {};
+            tags.push_back(tag);
+            return EqualValues(
+                tag,
+                res.rt == RES_PROPERTY ? res.res.resProperty.lpProp : res.res.resContent.lpProp,
+                binds);
+        }
         case RES_EXIST:
             if (!Indexed(res.res.resExist.ulPropTag)) return {};
+            tags.push_back(res.res.resExist.ulPropTag);
             return "SELECT obj FROM props WHERE tag = " +
                    std::to_string(res.res.resExist.ulPropTag);
         case RES_AND: {
             if (!res.res.resAnd.lpRes) return {};
             std::vector<std::string> parts;
             for (ULONG i = 0; i < res.res.resAnd.cRes; ++i) {
-                std::string part = Narrowing(res.res.resAnd.lpRes[i], binds);
+                std::string part = Narrowing(res.res.resAnd.lpRes[i], binds, tags);
                 if (!part.empty()) parts.push_back(std::move(part));
             }
             // A lone part stays as it is, so that a window can still seek in its index.
@@ -212,7 +229,7 @@ std::string FolderRows::Narrowing(const SRestriction& res, std::vector<const SPr
             const std::size_t bound = binds.size();
             std::string sql;
             for (ULONG i = 0; i < res.res.resOr.cRes; ++i) {
-                std::string part = Narrowing(res.res.resOr.lpRes[i], binds);
+                std::string part = Narrowing(res.res.resOr.lpRes[i], binds, tags);
                 if (part.empty()) {
                     binds.resize(bound);  // no parameter may outlive its SQL
                     return {};
@@ -220,6 +237,66 @@ std::string FolderRows::Narrowing(const SRestriction& res, std::vector<const SPr
                 sql += (sql.empty() ? "" : " UNION ") + nested(part);
             }
             return sql;
+        }
+        default:
+            return {};
+    }
+}
+
+std::string FolderRows::ExactCondition(const SRestriction& res, const std::string& column,
+                                       std::vector<const SPropValue*>& binds,
+                                       std::vector<ULONG>& tags) {
+    auto holds = [&](ULONG tag, const std::string& value) {
+        tags.push_back(tag);
+        return "EXISTS (SELECT 1 FROM props x WHERE x.obj = " + column +
+               " AND x.tag = " + std::to_string(tag) + value + ")";
+    };
+    switch (res.rt) {
+        case RES_EXIST:
+            // A stored value is the property's existence: no row computes an indexed tag.
+            if (!Indexed(res.res.resExist.ulPropTag)) return {};
+            return holds(res.res.resExist.ulPropTag, "");
+        case RES_PROPERTY: {
+            // Integers compare in SQL exactly as CompareProps does; strings fold case there.
+            const SPropertyRestriction& test = res.res.resProperty;
+            const ULONG type = PROP_TYPE(test.ulPropTag);
+            if (test.relop != RELOP_EQ || !test.lpProp ||
+                test.lpProp->ulPropTag != test.ulPropTag || (type != PT_LONG && type != PT_I8) ||
+                !Indexed(test.ulPropTag))
+                return {};
+            binds.push_back(test.lpProp);
+            return holds(test.ulPropTag, " AND x.val = ?" + std::to_string(binds.size() + 2));
+        }
+        case RES_NOT: {
+            if (!res.res.resNot.lpRes) return {};
+            const std::string inner = ExactCondition(*res.res.resNot.lpRes, column, binds, tags);
+            return inner.empty() ? inner : "NOT (" + inner + ")";
+        }
+        case RES_AND:
+        case RES_OR: {
+            if (!res.res.resAnd.lpRes || res.res.resAnd.cRes == 0) return {};
+            const std::size_t bound = binds.size();
+            std::string sql;
+            for (ULONG i = 0; i < res.res.resAnd.cRes; ++i) {
+                const SRestriction& term = res.res.resAnd.lpRes[i];
+                // An existence next to an equality of the same tag adds nothing to it.
+                if (res.rt == RES_AND && term.rt == RES_EXIST &&
+                    std::any_of(res.res.resAnd.lpRes, res.res.resAnd.lpRes + res.res.resAnd.cRes,
+                                [&](const SRestriction& other) {
+                                    return other.rt == RES_PROPERTY &&
+                                           other.res.resProperty.relop == RELOP_EQ &&
+                                           other.res.resProperty.ulPropTag ==
+                                               term.res.resExist.ulPropTag;
+                                }))
+                    continue;
+                const std::string part = ExactCondition(term, column, binds, tags);
+                if (part.empty()) {
+                    binds.resize(bound);  // no parameter may outlive its SQL
+                    return {};
+                }
+                sql += (sql.empty() ? "(" : res.rt == RES_AND ? " AND " : " OR ") + part;
+            }
+            return sql + ")";
         }
         default:
             return {};
@@ -271,45 +348,108 @@ bool ExistenceTest::Holds(ObjectId id) const {
     }
 }
 
+bool FolderRows::FromKnownWindow(const std::string& query, std::span<const ULONG> tags,
+                                 CandidateWindow& window, std::vector<RowKey>& keys) {
+    if (!known_window_ || window.backward || known_window_->query != query ||
+        window.from < known_window_->from ||
+        store_->ChangedSince(known_window_->stamp, tags, window.from))
+        return false;
+    return SliceKnownWindow(window, keys);
+}
+
+bool FolderRows::SliceKnownWindow(CandidateWindow& window, std::vector<RowKey>& keys) const {
+    const std::vector<RowKey>& known = known_window_->keys;
+    const auto first = std::lower_bound(known.begin(), known.end(), window.from);
+    const auto left = static_cast<std::size_t>(known.end() - first);
+    if (left == 0 && known_window_->more) return false;
+    const std::size_t taken = std::min(left, window.limit);
+    keys.assign(first, first + static_cast<std::ptrdiff_t>(taken));
+    window.more = taken < left || known_window_->more;
+    return true;
+}
+
 HRESULT FolderRows::Candidates(const SRestriction& restriction, CandidateWindow* window,
                                std::optional<std::vector<RowKey>>& candidates) {
     candidates.reset();
     if (IsHierarchy()) return S_OK;
+    std::lock_guard lock(mutex_);  // before the store's, as everywhere in this source
     PrepareIndexes(restriction);
     // One read of the file for the whole narrowing: its checks of which tags are in use too.
     StoreDatabase::Snapshot snapshot(*store_);
     std::vector<const SPropValue*> binds;
-    if (std::string narrowing = Narrowing(restriction, binds); !narrowing.empty()) {
+    std::vector<ULONG> narrowed;
+    if (std::string narrowing = Narrowing(restriction, binds, narrowed); !narrowing.empty()) {
         // Within a window, the nearest candidates only: a walk through a large thread then
         // reads each of its ids a few times, not once per step.
+        const bool single = window && narrowing.find('(') == std::string::npos;
+        // What a conjunction excludes for certain (the rows that already show a value) is left
+        // out by SQL too, so that a walk need not read each of them to find it matches not.
+        std::string excluded;
+        if (restriction.rt == RES_AND && restriction.res.resAnd.lpRes) {
+            for (ULONG i = 0; i < restriction.res.resAnd.cRes; ++i) {
+                const SRestriction& part = restriction.res.resAnd.lpRes[i];
+                if (part.rt != RES_NOT) continue;
+                const std::string condition =
+                    ExactCondition(part, single ? "props.obj" : "objects.id", binds, narrowed);
+                if (!condition.empty()) excluded += " AND " + condition;
+            }
+        }
         const int at = static_cast<int>(binds.size()) + 3;
         const std::string from = std::to_string(at), limit = std::to_string(at + 1);
         std::string sql;
-        if (window && narrowing.find('(') == std::string::npos) {
+        if (single) {
             // One index lookup: its index (value, then object) yields the window's ids in order.
-            sql = narrowing + " AND EXISTS (SELECT 1 FROM objects WHERE id = obj AND parent = ?1" +
+            // What is excluded is tested first: in a walk past the messages that already show a
+            // value, each costs one lookup.
+            sql = narrowing + excluded +
+                  " AND EXISTS (SELECT 1 FROM objects WHERE id = obj AND parent = ?1" +
                   " AND kind = 3 AND assoc = ?2)" +
                   (window->backward ? " AND obj < ?" + from + " ORDER BY obj DESC"
                                     : " AND obj >= ?" + from + " ORDER BY obj") +
                   " LIMIT ?" + limit;
         } else {
             sql = "SELECT id FROM objects WHERE id IN (" + narrowing +
-                  ") AND parent = ?1 AND kind = 3 AND assoc = ?2";
+                  ") AND parent = ?1 AND kind = 3 AND assoc = ?2" + excluded;
             if (window)
                 sql += (window->backward ? " AND id < ?" + from + " ORDER BY id DESC"
                                          : " AND id >= ?" + from + " ORDER BY id") +
                        " LIMIT ?" + limit;
         }
+        // A forward window is read at least kKeptWindow long and kept with the stamp of the
+        // values it was read by, so that the next steps of a walk need no read.
+        std::string known_query;
+        StoreDatabase::ValuesStamp stamp;
+        const bool keep = window && !window->backward;
+        if (keep) {
+            known_query = sql;
+            for (const SPropValue* bind : binds) {
+                const std::vector<std::uint8_t> bytes = EncodeValue(*bind);
+                known_query += '\0' + std::to_string(bind->ulPropTag) + ':' +
+                               std::string(bytes.begin(), bytes.end());
+            }
+            std::vector<RowKey> keys;
+            if (FromKnownWindow(known_query, narrowed, *window, keys)) {
+                candidates = std::move(keys);
+                return S_OK;
+            }
+        }
+        if (keep) stamp = store_->Stamp();  // before the read: a change during it shows later
+        const std::size_t read_limit = keep ? std::max(window->limit, kKeptWindow) : 0;
         store_->WithDatabase([&](Database& db) {
             Statement& query = db.Cached(sql);
             query.Bind(1, folder_).Bind(2, std::int64_t{scope_ == Scope::AssociatedMessages});
             for (std::size_t i = 0; i < binds.size(); ++i)
                 BindValue(query, static_cast<int>(i + 3), *binds[i]);
             if (window)
-                query.Bind(at, window->from).Bind(at + 1, static_cast<std::int64_t>(window->limit));
+                query.Bind(at, window->from)
+                    .Bind(at + 1, static_cast<std::int64_t>(keep ? read_limit : window->limit));
             std::vector<RowKey> keys;
             while (query.Step()) keys.push_back(query.Int(0));
-            if (window) {
+            if (keep) {
+                known_window_ =
+                    KnownWindow{known_query, stamp, window->from, keys.size() == read_limit, keys};
+                SliceKnownWindow(*window, keys);
+            } else if (window) {
                 window->more = keys.size() == window->limit;
                 if (window->backward) std::reverse(keys.begin(), keys.end());
             }
@@ -379,7 +519,8 @@ static void LoadRows(StoreDatabase& store, Database& db, std::span<const RowKey>
             row.values[i] = {};
             row.values[i].ulPropTag = PROP_TAG(PT_ERROR, PROP_ID(tag));
             row.values[i].Value.err = MAPI_E_NOT_FOUND;
-            if (PROP_TYPE(tag) == PT_ERROR || PROP_TYPE(tag) == PT_UNSPECIFIED) continue;
+            if (PROP_TYPE(tag) == PT_ERROR || PROP_TYPE(tag) == PT_UNSPECIFIED || NeverStored(tag))
+                continue;
             value.Bind(1, key).Bind(2, std::int64_t{tag});
             if (value.Step()) {
                 if (FAILED(ReadValue(value, 0, tag, buffer, row.values[i]))) {

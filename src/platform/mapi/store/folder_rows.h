@@ -56,8 +56,21 @@ private:
     // The objects whose tag equals value, case-blind (a superset); empty when not indexed.
     std::string EqualValues(ULONG tag, const SPropValue* value,
                             std::vector<const SPropValue*>& binds);
-    // The SQL that narrows a restriction to a set of candidate ids, or empty when it cannot.
-    std::string Narrowing(const SRestriction& restriction, std::vector<const SPropValue*>& binds);
+    // The SQL that narrows a restriction to a set of candidate ids, or empty when it cannot;
+    // adds the tags whose values it reads to `tags`.
+    std::string Narrowing(const SRestriction& restriction, std::vector<const SPropValue*>& binds,
+                          std::vector<ULONG>& tags);
+    // An SQL condition on the object id `column` that holds exactly for the objects that
+    // satisfy the restriction, or empty when SQL cannot decide it exactly; adds its tags.
+    std::string ExactCondition(const SRestriction& restriction, const std::string& column,
+                               std::vector<const SPropValue*>& binds, std::vector<ULONG>& tags);
+    // The candidates of a forward window from the last window read for the same narrowing
+    // (`query`, by the values of `tags`), when nothing it depends on changed since; false
+    // when it must be read.
+    bool FromKnownWindow(const std::string& query, std::span<const ULONG> tags,
+                         CandidateWindow& window, std::vector<RowKey>& keys);
+    // The window's part of the last window read; false when it lies past what was read.
+    bool SliceKnownWindow(CandidateWindow& window, std::vector<RowKey>& keys) const;
     // The restriction as existence tests alone, when it is one; else nullopt.
     std::optional<ExistenceTest> ExistenceTestOf(const SRestriction& restriction);
     KeyList OrderedKeys(const SSortOrderSet* sort);
@@ -69,6 +82,16 @@ private:
     Scope scope_;
     std::mutex mutex_;
     std::unordered_map<ObjectId, LONG> depth_;  // of the last hierarchy walk
+    // The last forward window of candidates read: a walk from match to match asks for the
+    // candidates after each match, which one read answers for many steps.
+    struct KnownWindow {
+        std::string query;  // the narrowing SQL and its bound values
+        StoreDatabase::ValuesStamp stamp;
+        RowKey from = 0;
+        bool more = false;
+        std::vector<RowKey> keys;  // ascending: the candidates from `from` on
+    };
+    std::optional<KnownWindow> known_window_;
 };
 
 }  // namespace orvella::platform::mapi::store

@@ -1,6 +1,7 @@
 // IMsgStore over a store file: entry ids, receive folders and the store's own properties.
 #include <cstring>
 
+#include "mapi_shared_commit.h"
 #include "mapitags.h"
 #include "mapix.h"
 #include "store_objects.h"
@@ -102,6 +103,29 @@ std::unique_ptr<StoreDatabase::BulkWriting> BeginBulkWriting(IMsgStore* store) {
     if (!ours) return nullptr;
     return std::make_unique<StoreDatabase::BulkWriting>(ours->database());
 }
+
+}  // namespace orvella::platform::mapi::store
+
+namespace orvella::platform::mapi {
+namespace {
+
+class StoreSharedCommit final : public SharedCommitScope {
+public:
+    explicit StoreSharedCommit(IMsgStore* store) : bulk_(store::BeginBulkWriting(store)) {}
+
+private:
+    std::unique_ptr<store::StoreDatabase::BulkWriting> bulk_;  // null: another provider's store
+};
+
+}  // namespace
+
+std::unique_ptr<SharedCommitScope> BeginSharedCommit(IMsgStore* store) {
+    return std::make_unique<StoreSharedCommit>(store);
+}
+
+}  // namespace orvella::platform::mapi
+
+namespace orvella::platform::mapi::store {
 
 namespace {
 

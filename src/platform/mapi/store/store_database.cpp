@@ -263,8 +263,44 @@ void StoreDatabase::NoteTags(std::span<const SPropValue* const> values) {
     }
 }
 
+void StoreDatabase::CountWrites(const SaveRequest& request) {
+    if (request.id == 0) ++structure_writes_;
+    auto note = [&](ULONG tag) {
+        recent_writes_.push_back({++value_writes_, tag, request.id});
+        if (recent_writes_.size() > kWritesKept) recent_writes_.pop_front();
+    };
+    for (const SPropValue* value : request.set) note(value->ulPropTag);
+    for (ULONG tag : request.removed) note(tag);
+}
+
+StoreDatabase::ValuesStamp StoreDatabase::Stamp() {
+    std::lock_guard lock(mutex_);
+    Statement& version = db_.Cached("PRAGMA data_version");
+    const std::int64_t others = version.Step() ? version.Int(0) : 0;
+    version.Reset();
+    return {others, structure_writes_ + static_cast<std::int64_t>(db_.FailedBulkCommits()),
+            value_writes_};
+}
+
+bool StoreDatabase::ChangedSince(const ValuesStamp& then, std::span<const ULONG> tags,
+                                 ObjectId from) {
+    const ValuesStamp now = Stamp();
+    std::lock_guard lock(mutex_);
+    if (now.others != then.others || now.structure != then.structure) return true;
+    if (now.writes == then.writes) return false;
+    // The writes since then must all still be known.
+    if (recent_writes_.empty() || recent_writes_.front().seq > then.writes + 1) return true;
+    for (auto write = recent_writes_.rbegin();
+         write != recent_writes_.rend() && write->seq > then.writes; ++write) {
+        if (write->object >= from && std::find(tags.begin(), tags.end(), write->tag) != tags.end())
+            return true;
+    }
+    return false;
+}
+
 std::pair<ObjectId, std::int64_t> StoreDatabase::Save(const SaveRequest& request) {
     std::lock_guard lock(mutex_);
+    CountWrites(request);
     Transaction transaction(db_);
     ObjectId id = request.id;
     ObjectId parent = request.parent;  // a saved object's own, which a request need not know
@@ -365,6 +401,7 @@ std::optional<ObjectId> StoreDatabase::FindChildFolder(ObjectId parent, std::str
 
 std::size_t StoreDatabase::Delete(std::span<const ObjectId> ids) {
     std::lock_guard lock(mutex_);
+    ++structure_writes_;
     Transaction transaction(db_);
     std::size_t deleted = 0;
     bool folders = false;
@@ -398,6 +435,7 @@ std::size_t StoreDatabase::Delete(std::span<const ObjectId> ids) {
 
 std::size_t StoreDatabase::Move(std::span<const ObjectId> ids, ObjectId parent) {
     std::lock_guard lock(mutex_);
+    ++structure_writes_;
     Transaction transaction(db_);
     std::size_t moved = 0;
     bool folders = false;
@@ -422,6 +460,7 @@ std::size_t StoreDatabase::Move(std::span<const ObjectId> ids, ObjectId parent) 
 
 std::vector<ObjectId> StoreDatabase::CopyMessages(std::span<const ObjectId> ids, ObjectId parent) {
     std::lock_guard lock(mutex_);
+    ++structure_writes_;
     Transaction transaction(db_);
     std::vector<ObjectId> copies;
     for (ObjectId id : ids) {

@@ -4,6 +4,7 @@
 #pragma once
 
 #include <cstdint>
+#include <deque>
 #include <filesystem>
 #include <map>
 #include <memory>
@@ -130,6 +131,21 @@ public:
     // A count that changes whenever any folder is created, deleted, moved or saved.
     std::int64_t HierarchyVersion();
 
+    // Where the store's values stand, so that what a search by some values found can be kept
+    // while nothing it depends on changes: commits of other connections (SQLite's data
+    // version), objects created, deleted, moved or copied here, and values written here. Read
+    // it inside the read snapshot of the search it stamps.
+    struct ValuesStamp {
+        std::int64_t others = 0;
+        std::int64_t structure = 0;
+        std::int64_t writes = 0;
+        bool operator==(const ValuesStamp&) const = default;
+    };
+    ValuesStamp Stamp();
+    // Whether a search by the values of `tags`, restricted to objects from `from` on, may find
+    // something else now than at `then`.
+    bool ChangedSince(const ValuesStamp& then, std::span<const ULONG> tags, ObjectId from);
+
     // Named properties: the id for a name (0 when unknown and not created) and the name of an
     // id. Ids start at 0x8000 and never change.
     ULONG IdFromName(const NamedProperty& name, bool create);
@@ -216,6 +232,19 @@ private:
     // shared commit under way. Forgets what was kept when a shared commit failed.
     bool Cacheable();
     std::uint64_t failed_bulk_commits_seen_ = 0;
+    // This process's writes, for ValuesStamp, counted before they run, so that one rolled back
+    // counts too: objects created, deleted, moved or copied; values written, the newest
+    // kWritesKept of them with their tag and object.
+    static constexpr std::size_t kWritesKept = 4096;
+    struct ValueWrite {
+        std::int64_t seq;
+        ULONG tag;
+        ObjectId object;
+    };
+    std::int64_t structure_writes_ = 0;
+    std::int64_t value_writes_ = 0;
+    std::deque<ValueWrite> recent_writes_;
+    void CountWrites(const SaveRequest& request);
 
     std::recursive_mutex mutex_;  // recursive: a Snapshot holds it around other methods
     struct KnownMessageIds {

@@ -164,7 +164,15 @@ void Database::Fail(int rc, std::string_view what) const {
 }
 
 void Database::BeginBulk() {
-    ++bulk_depth_;
+    if (++bulk_depth_ > 1 || bulk_open_ || sqlite3_get_autocommit(db_) == 0) return;
+    // The shared transaction starts now rather than at the first save, so that the reads before
+    // it (a search, the objects opened to write) share it instead of taking a read lock each.
+    // Busy: the first save tries again and reports the failure.
+    try {
+        Cached("BEGIN IMMEDIATE").Run();
+        bulk_open_ = true;
+    } catch (const StoreFailure&) {
+    }
 }
 
 void Database::EndBulk() {

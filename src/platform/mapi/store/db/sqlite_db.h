@@ -94,9 +94,10 @@ public:
     [[noreturn]] void Fail(int rc, std::string_view what) const;
 
     // Bulk writing, for importers: between BeginBulk and the matching EndBulk (they nest), each
-    // Transaction is a savepoint inside one outer transaction, committed after kBulkWrites
-    // transactions and at the last EndBulk. Each transaction still applies whole or not at all;
-    // a crash loses the writes of the open outer transaction. Callers lock as for any use.
+    // Transaction is a savepoint inside one outer transaction, which the outermost BeginBulk
+    // opens (so that reads share it too), committed after kBulkWrites transactions and at the
+    // last EndBulk. Each transaction still applies whole or not at all; a crash loses the
+    // writes of the open outer transaction. Callers lock as for any use.
     static constexpr int kBulkWrites = 256;
     void BeginBulk();
     void EndBulk();

@@ -1,0 +1,81 @@
+// Saves that share one commit: they reach the file together when the scope ends, and a writer
+// killed before then leaves none of them behind.
+#include <gtest/gtest.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <string>
+#include <vector>
+
+#include "child_process.h"
+#include "durability_fixture.h"
+#include "mapi_shared_commit.h"
+
+namespace orvella::testing {
+namespace {
+
+class SharedCommitTest : public DurabilityTest {
+protected:
+    // Forks a writer that saves `subjects` into the Inbox inside one shared commit scope and
+    // then either ends the scope or dies at once, as a crash would; its exit status.
+    std::string WriteAndEnd(const std::vector<std::string>& subjects, bool endScope) {
+        const std::vector<BYTE> store_eid = EntryIdOf(store_.Get());
+        const std::vector<BYTE> inbox_eid = EntryIdOf(inbox_.Get());
+        CloseStore();
+        ChildProcess writer([&] {
+            ComPtr<IMAPISession> session;
+            ComPtr<IMsgStore> store;
+            if (FAILED(
+                    MAPILogonEx(0, nullptr, nullptr, MAPI_EXTENDED | MAPI_USE_DEFAULT, &session)) ||
+                FAILED(session->OpenMsgStore(
+                    0, static_cast<ULONG>(store_eid.size()),
+                    reinterpret_cast<LPENTRYID>(const_cast<BYTE*>(store_eid.data())), nullptr,
+                    MAPI_BEST_ACCESS, &store)))
+                return 2;
+            ULONG type = 0;
+            ComPtr<IMAPIFolder> inbox;
+            if (FAILED(store->OpenEntry(
+                    static_cast<ULONG>(inbox_eid.size()),
+                    reinterpret_cast<LPENTRYID>(const_cast<BYTE*>(inbox_eid.data())), nullptr,
+                    MAPI_MODIFY, &type, inbox.PutUnknown())))
+                return 3;
+            auto scope = platform::mapi::BeginSharedCommit(store.Get());
+            for (const std::string& subject : subjects) {
+                ComPtr<IMessage> message;
+                SPropValue value = Text(PR_SUBJECT_A, subject.c_str());
+                if (FAILED(inbox->CreateMessage(nullptr, 0, &message)) ||
+                    FAILED(message->SetProps(1, &value, nullptr)) ||
+                    FAILED(message->SaveChanges(0)))
+                    return 4;
+            }
+            if (!endScope) _exit(0);
+            scope.reset();
+            return 0;
+        });
+        const int status = writer.Wait();
+        Logon();
+        return WIFEXITED(status) ? "exited with " + std::to_string(WEXITSTATUS(status))
+                                 : "ended otherwise";
+    }
+
+    std::vector<std::string> Subjects() {
+        const ULONG columns[] = {PR_SUBJECT_A};
+        RowSetPtr rows;
+        EXPECT_EQ(ReadAllRows(inbox_.Get(), columns, rows), S_OK);
+        std::vector<std::string> subjects;
+        for (ULONG r = 0; r < rows->cRows; ++r)
+            subjects.push_back(TextOf(rows->aRow[r].lpProps[0]));
+        return subjects;
+    }
+};
+
+TEST_F(SharedCommitTest, SavesOfOneScopeLandTogetherOrNotAtAll) {
+    EXPECT_EQ(WriteAndEnd({"lost one", "lost two"}, false), "exited with 0");
+    EXPECT_EQ(Subjects(), std::vector<std::string>{});
+    EXPECT_EQ(WriteAndEnd({"kept one", "kept two"}, true), "exited with 0");
+    EXPECT_EQ(Subjects(), (std::vector<std::string>{"kept one", "kept two"}));
+    EXPECT_EQ(CheckStore(), std::vector<std::string>{});
+}
+
+}  // namespace
+}  // namespace orvella::testing

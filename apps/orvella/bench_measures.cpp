@@ -93,7 +93,7 @@ fs::path SetUpOwner(const BenchMailbox& mailbox, const fs::path& home, std::stri
     owner = mail::GuessOwnerAddress(mailbox.directory);
     if (owner.empty())
         throw CommandError("no sent mail in " + mailbox.directory.string() + " names its owner");
-    RunQuietly("init --address '" + owner + "'");
+    RunQuietly("init --address " + Quoted(owner));
     return mailbox.directory;
 }
 

@@ -53,7 +53,7 @@ void Demo(const DemoOptions& options) {
 
     Run(InitLine(mailbox));
     AddContacts(mailbox.contacts);
-    Run("import '" + mail.string() + "' --tree");
+    Run("import " + Quoted(mail.string()) + " --tree");
     Run("process");
     Run("inbox --order day --limit 20");
     Run("stats");

@@ -36,6 +36,14 @@ void UseHome(const fs::path& home) {
     setenv("ORVELLA_HOME", home.c_str(), 1);
 }
 
+std::string Quoted(const std::string& word) {
+    if (word.find('\'') == std::string::npos) return "'" + word + "'";
+    if (word.find_first_of("\"$`\\!") == std::string::npos) return '"' + word + '"';
+    std::string escaped;
+    for (char c : word) escaped += c == '\'' ? std::string("\\'") : std::string(1, c);
+    return "'" + escaped + "'";
+}
+
 void Execute(const std::string& line) {
     CLI::App command{"", "orvella"};
     AddAllCommands(command);
@@ -73,15 +81,16 @@ void RunQuietly(const std::string& line) {
 
 std::string InitLine(const host::generator::GeneratedMailbox& mailbox) {
     std::string line = "init";
-    for (const std::string& address : mailbox.own_addresses) line += " --address " + address;
+    for (const std::string& address : mailbox.own_addresses)
+        line += " --address " + Quoted(address);
     return line;
 }
 
 std::string ContactLine(const host::generator::GeneratedContact& contact) {
-    std::string line = "contact add --name '" + contact.name + "'";
-    for (const std::string& address : contact.addresses) line += " --email " + address;
-    line += " --priority '" + ContactPriorityText(contact.priority) + "'";
-    if (!contact.folder.empty()) line += " --folder '" + contact.folder + "'";
+    std::string line = "contact add --name " + Quoted(contact.name);
+    for (const std::string& address : contact.addresses) line += " --email " + Quoted(address);
+    line += " --priority " + Quoted(ContactPriorityText(contact.priority));
+    if (!contact.folder.empty()) line += " --folder " + Quoted(contact.folder);
     return line;
 }
 

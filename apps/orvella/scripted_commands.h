@@ -16,6 +16,10 @@ std::filesystem::path FreshHome(const std::string& asked, const std::string& pre
 // Makes `home` the home of this process (and of the commands it starts).
 void UseHome(const std::filesystem::path& home);
 
+// One word of a command line, quoted so that a shell and Execute both read it back whole:
+// 'Ann Lee', "Dan O'Brien"; a word a shell could not take quoted so is escaped for Execute.
+std::string Quoted(const std::string& word);
+
 // Runs a command line (without the program's name) here, as orvella would.
 void Execute(const std::string& line);
 

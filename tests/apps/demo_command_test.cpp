@@ -42,6 +42,17 @@ TEST(DemoCommandTest, BuildsAFreshHomeWithAPrioritizedInboxThroughTheCommandsItS
     for (const auto& message : messages) EXPECT_FALSE(message["score"].is_null());
 }
 
+TEST(DemoCommandTest, ContactsWhoseNamesHoldQuotesAreAddedAsGenerated) {
+    TempHome home;
+    // Seed 23 makes up a contact "Łukasz O'Brien", whose name must reach `contact add` whole.
+    CommandResult run =
+        Orvella(home, "demo --messages 100 --seed 23 --home '" + home.path().string() + "'");
+    ASSERT_EQ(run.status, 0) << run.output;
+    CommandResult contacts = Orvella(home, "contact list");
+    ASSERT_EQ(contacts.status, 0) << contacts.output;
+    EXPECT_NE(contacts.output.find("Łukasz O'Brien "), std::string::npos) << contacts.output;
+}
+
 TEST(DemoCommandTest, RefusesAHomeThatIsNotEmptyAndLeavesItAlone) {
     TempHome home;
     const fs::path used = home.path() / "used";

@@ -1,4 +1,4 @@
-// Import throughput: a generated Maildir of realistic messages (10k; 100k with
+// Import throughput: a generated mailbox of realistic messages (10k; 100k with
 // ORVELLA_BENCH_LARGE=1) and the Enron corpus when present, imported through the real importer
 // into a fresh store. Reports messages per second.
 #include <benchmark/benchmark.h>
@@ -6,13 +6,13 @@
 #include <cstdio>
 #include <cstdlib>
 #include <filesystem>
-#include <fstream>
 #include <span>
 #include <stdexcept>
 #include <string>
 #include <vector>
 
 #include "mail_import.h"
+#include "mailbox_generator.h"
 #include "mapi_ptr.h"
 #include "mapitags.h"
 #include "mapiutil.h"
@@ -31,65 +31,6 @@ namespace store = orvella::platform::mapi::store;
 
 void Check(HRESULT result, const char* what) {
     if (FAILED(result)) throw std::runtime_error(std::string(what) + " failed");
-}
-
-// A deterministic generator: the same mailbox on every run.
-class Random {
-public:
-    std::uint64_t Next() {
-        state_ ^= state_ << 13;
-        state_ ^= state_ >> 7;
-        state_ ^= state_ << 17;
-        return state_;
-    }
-    template <class T, std::size_t N>
-    const T& Pick(const T (&items)[N]) {
-        return items[Next() % N];
-    }
-
-private:
-    std::uint64_t state_ = 0x9E3779B97F4A7C15ULL;
-};
-
-constexpr const char* kPeople[] = {"Ann Lee <ann.lee@example.org>",       "bob.ray@example.com",
-                                   "\"Dunn, Dan\" <dan@example.net>",     "carol@example.org",
-                                   "Eve Park <eve.park@partner.example>", "frank@example.com",
-                                   "Gina Moss <gina@example.org>",        "hal@lists.example.net"};
-constexpr const char* kSubjects[] = {
-    "Budget review",     "Re: Budget review", "Lunch on Friday?", "FW: Contract draft",
-    "Quarterly numbers", "Re: Trip plan",     "Meeting notes",    "Re: Re: Server outage"};
-constexpr const char* kWords[] = {"the",    "plan",     "budget", "we",     "should",
-                                  "send",   "numbers",  "before", "Friday", "please",
-                                  "review", "attached", "thanks"};
-
-// Writes `count` messages into <dir>/cur and <dir>/new, half of them seen.
-void GenerateMaildir(const fs::path& dir, int count) {
-    fs::create_directories(dir / "cur");
-    fs::create_directories(dir / "new");
-    Random random;
-    for (int i = 0; i < count; ++i) {
-        std::string text = "Received: from mx.example.org by mail.example.org; Tue, " +
-                           std::to_string(1 + i % 28) +
-                           " Jan 2010 10:" + std::to_string(10 + i % 50) + ":00 +0000\n";
-        text += "Message-ID: <" + std::to_string(i) + ".bench@example.org>\n";
-        text += "Date: Tue, " + std::to_string(1 + i % 28) +
-                " Jan 2010 09:" + std::to_string(10 + i % 50) + ":00 +0000\n";
-        text += std::string("From: ") + random.Pick(kPeople) + "\n";
-        text += std::string("To: ") + random.Pick(kPeople) + ", " + random.Pick(kPeople) + "\n";
-        if (i % 3 == 0) text += std::string("Cc: ") + random.Pick(kPeople) + "\n";
-        text += std::string("Subject: ") + random.Pick(kSubjects) + "\n";
-        text += "MIME-Version: 1.0\nContent-Type: text/plain; charset=utf-8\n\n";
-        const int words = 80 + static_cast<int>(random.Next() % 300);
-        for (int w = 0; w < words; ++w) {
-            text += random.Pick(kWords);
-            text += (w % 12 == 11) ? "\n" : " ";
-        }
-        text += "\n";
-        const bool seen = i % 2 == 0;
-        const fs::path file = seen ? dir / "cur" / (std::to_string(i) + ".bench:2,S")
-                                   : dir / "new" / (std::to_string(i) + ".bench");
-        std::ofstream(file, std::ios::binary) << text;
-    }
 }
 
 // A fresh profile with one store, logged on; everything goes with the object.
@@ -146,18 +87,19 @@ void RunImport(benchmark::State& state, const std::vector<fs::path>& paths, bool
                            benchmark::Counter::kIsRate);
 }
 
-void BM_ImportGeneratedMaildir(benchmark::State& state) {
-    const int count = static_cast<int>(state.range(0));
+// The mailbox generator's Inbox and Sent Items, with --tree.
+void BM_ImportGeneratedMailbox(benchmark::State& state) {
+    const auto count = static_cast<std::size_t>(state.range(0));
     if (count > 10'000 && !std::getenv("ORVELLA_BENCH_LARGE")) {
-        state.SkipWithError("set ORVELLA_BENCH_LARGE=1 for the 100k Maildir");
+        state.SkipWithError("set ORVELLA_BENCH_LARGE=1 for the 100k mailbox");
         return;
     }
     orvella::testing::TempHome source;
-    const fs::path maildir = source.path() / "Maildir";
-    GenerateMaildir(maildir, count);
-    RunImport(state, {maildir}, false);
+    const fs::path mailbox = source.path() / "mail";
+    orvella::host::generator::GenerateMailbox({count, 1}, mailbox);
+    RunImport(state, {mailbox}, true);
 }
-BENCHMARK(BM_ImportGeneratedMaildir)
+BENCHMARK(BM_ImportGeneratedMailbox)
     ->Arg(10'000)
     ->Arg(100'000)
     ->Iterations(1)

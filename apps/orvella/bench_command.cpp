@@ -7,6 +7,7 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <cerrno>
 #include <cstdio>
 #include <cstdlib>
 #include <filesystem>
@@ -50,14 +51,10 @@ fs::path EnronCorpus(const BenchOptions& options) {
     fs::path corpus = options.corpus;
     if (corpus.empty()) {
         const char* set = std::getenv("ORVELLA_CORPUS");
-#ifdef ORVELLA_CORPUS
         corpus = fs::path(set ? set : ORVELLA_CORPUS) / "enron";
-#else
-        if (set) corpus = fs::path(set) / "enron";
-#endif
     }
     std::error_code error;
-    if (!corpus.empty() && fs::is_directory(corpus, error)) return corpus;
+    if (fs::is_directory(corpus, error)) return corpus;
     if (!options.corpus.empty()) throw CommandError("no corpus at " + options.corpus);
     return {};
 }

@@ -320,6 +320,36 @@ void NewMessage(benchmark::State& state) {
 }
 BENCHMARK(NewMessage)->Iterations(2000)->UseManualTime()->Unit(benchmark::kMicrosecond);
 
+// Showing a new average on every Inbox message of the largest thread, as after a message joined
+// it: the cost of a new message's thread propagation per message written.
+void LargestThreadPropagation(benchmark::State& state) {
+    Guard(state, [&] {
+        Generated& box = Mailbox();
+        MsgThreadPtr largest;
+        for (const MsgThreadPtr& thread : box.context->GetThreads())
+            if (!largest || thread->GetMsgsReceived() > largest->GetMsgsReceived())
+                largest = thread;
+        if (!largest || largest->GetMsgsReceived() < 2) {
+            state.SkipWithError("no thread of two messages or more");
+            return;
+        }
+        const LONG messages = largest->GetMsgsReceived();
+        LONG step = messages;  // moves the average by one, up and back down
+        std::int64_t written = 0;
+        for (auto _ : state) {
+            largest->AdjustScore(step);
+            step = -step;
+            box.context->UpdateInboxMsgThreadScores(largest.Get(), EntryId());
+            written += messages;
+        }
+        state.counters["messages"] = messages;
+        state.counters["us_per_message"] =
+            benchmark::Counter(static_cast<double>(written),
+                               benchmark::Counter::kIsRate | benchmark::Counter::kInvert);
+    });
+}
+BENCHMARK(LargestThreadPropagation)->Unit(benchmark::kMillisecond)->UseRealTime();
+
 }  // namespace
 
 BENCHMARK_MAIN();

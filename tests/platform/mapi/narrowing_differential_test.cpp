@@ -126,9 +126,37 @@ private:
             // The entry id or instance key of one of the folder's messages.
             const SRow& row = rows_.aRow[Pick(rows_.cRows)];
             for (ULONG c = 0; c < row.cValues; ++c)
-                if (row.lpProps[c].ulPropTag == tag) return row.lpProps[c];
+                if (row.lpProps[c].ulPropTag == tag)
+                    return tag == PR_ENTRYID ? EntryIdLike(row.lpProps[c].Value.bin)
+                                             : row.lpProps[c];
         }
         return t::RandomValue(tag, random_, values_);
+    }
+
+    // A message's entry id, or now and then one that names no message of the folder: another
+    // object, a folder, another store, or bytes this store never makes.
+    SPropValue EntryIdLike(const SBinary& real) {
+        std::vector<BYTE> bytes(real.lpb, real.lpb + real.cb);
+        switch (Pick(10)) {
+            case 0:
+                bytes.back() ^= 0x40;  // the object id's highest byte
+                break;
+            case 1:
+                bytes[20] = 2;  // the kind: a folder
+                break;
+            case 2:
+                bytes[4] ^= 0xFF;  // the store's uid
+                break;
+            case 3:
+                bytes.push_back(0);
+                break;
+            case 4:
+                bytes.resize(bytes.size() / 2);
+                break;
+            default:
+                break;
+        }
+        return values_.Binary(PR_ENTRYID, std::move(bytes));
     }
 
     // RES_PROPERTY RELOP_EQ, RES_CONTENT FL_FULLSTRING, RES_EXIST.
@@ -155,9 +183,10 @@ private:
 
     // Every other kind of restriction the evaluator knows.
     SRestriction Other() {
-        const ULONG ordered_tags[] = {t::kRank, thread_,  t::kName,  t::kSender, t::kFlag,
-                                      t::kHash, t::kWhen, t::kSize,  t::kScore,  t::kTitle,
-                                      t::kKind, kKeyword, t::kLevel, t::kLevels, t::kKeywords};
+        const ULONG ordered_tags[] = {t::kRank,  thread_,    t::kName,     t::kSender,
+                                      t::kFlag,  t::kHash,   t::kWhen,     t::kSize,
+                                      t::kScore, t::kTitle,  t::kKind,     kKeyword,
+                                      t::kLevel, t::kLevels, t::kKeywords, PR_ENTRYID};
         // RELOP_EQ is among the narrowable ones; RELOP_RE is never true.
         const ULONG relops[] = {RELOP_LT, RELOP_LE, RELOP_GT, RELOP_GE, RELOP_NE, RELOP_RE};
         SRestriction r = {};

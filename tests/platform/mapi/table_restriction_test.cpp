@@ -88,6 +88,63 @@ TEST_F(TableRestrictionTest, ComputedPropertiesRestrictLikeStoredOnes) {
     }
 }
 
+// A walk through a thread leaving out one message is decided by SQL alone: each kind of entry id
+// it may be told to leave out (this store's, another object's, bytes this store never makes)
+// must leave out exactly the rows whose entry id is those bytes.
+TEST_F(TableRestrictionTest, AWalkThroughAThreadLeavesOutExactlyTheEntryIdItIsGiven) {
+    const ULONG thread = NamedLong("Thread");
+    std::vector<t::EntryId> ids;
+    for (LONG serial = 0; serial < 10; ++serial)
+        ids.push_back(SaveMessage(
+            {values_.Long(t::kSerial, serial), values_.Long(thread, serial % 2 ? 8 : 7)}));
+    // Entry id layout: flags (4 bytes), the store's uid (16), the kind, 3 zero bytes, the id.
+    auto changed = [&](const t::EntryId& id, void (*change)(std::vector<BYTE>&)) {
+        std::vector<BYTE> bytes(id.begin(), id.end());
+        change(bytes);
+        return values_.Binary(PR_ENTRYID, std::move(bytes));
+    };
+    const SPropValue fourth = changed(ids[4], [](std::vector<BYTE>&) {});
+    const SPropValue other_thread = changed(ids[3], [](std::vector<BYTE>&) {});
+    const SPropValue no_object = changed(ids[4], [](std::vector<BYTE>& b) { b[24] += 100; });
+    const SPropValue a_folder = changed(ids[4], [](std::vector<BYTE>& b) { b[20] = 2; });
+    const SPropValue other_store = changed(ids[4], [](std::vector<BYTE>& b) { b[4] ^= 0xFF; });
+    const SPropValue longer = changed(ids[4], [](std::vector<BYTE>& b) { b.push_back(0); });
+    const SPropValue flagged = changed(ids[4], [](std::vector<BYTE>& b) { b[0] = 1; });
+    const SPropValue empty = changed(ids[4], [](std::vector<BYTE>& b) { b.clear(); });
+    const SPropValue in_thread = values_.Long(thread, 7);
+    struct Case {
+        const char* what;
+        const SPropValue& entry_id;
+        std::vector<LONG> others, only;
+    };
+    const Case cases[] = {
+        {"a message of the thread", fourth, {0, 2, 6, 8}, {4}},
+        {"a message of another thread", other_thread, {0, 2, 4, 6, 8}, {}},
+        {"an object that does not exist", no_object, {0, 2, 4, 6, 8}, {}},
+        {"a folder's id with the message's number", a_folder, {0, 2, 4, 6, 8}, {}},
+        {"another store's", other_store, {0, 2, 4, 6, 8}, {}},
+        {"one byte longer", longer, {0, 2, 4, 6, 8}, {}},
+        {"other flags", flagged, {0, 2, 4, 6, 8}, {}},
+        {"no bytes", empty, {0, 2, 4, 6, 8}, {}},
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.what);
+        const SRestriction others = built_.And(
+            {built_.Property(RELOP_EQ, in_thread), built_.Property(RELOP_NE, c.entry_id)});
+        EXPECT_EQ(Found(others), c.others);
+        EXPECT_EQ(Restricted(others), c.others);
+        const SRestriction only = built_.And(
+            {built_.Property(RELOP_EQ, in_thread), built_.Property(RELOP_EQ, c.entry_id)});
+        EXPECT_EQ(Found(only), c.only);
+        EXPECT_EQ(Restricted(only), c.only);
+        // Told as what it is not: the same rows.
+        const SRestriction not_equal =
+            built_.And({built_.Property(RELOP_EQ, in_thread),
+                        built_.Not(built_.Property(RELOP_EQ, c.entry_id))});
+        EXPECT_EQ(Found(not_equal), c.others);
+    }
+}
+
 TEST_F(TableRestrictionTest, ValuesTooLargeForRowsStillCountInRestrictionsAndSorting) {
     const std::string large = "Zulu " + std::string(40 * 1024, 'x');
     SaveMessage({values_.Long(t::kSerial, 0), values_.Text(PR_BODY_A, "short body"),

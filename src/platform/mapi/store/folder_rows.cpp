@@ -259,6 +259,7 @@ std::string FolderRows::ExactCondition(const SRestriction& res, const std::strin
         case RES_PROPERTY: {
             // Integers compare in SQL exactly as CompareProps does; strings fold case there.
             const SPropertyRestriction& test = res.res.resProperty;
+            if (test.ulPropTag == PR_ENTRYID) return EntryIdCondition(test, column, binds);
             const ULONG type = PROP_TYPE(test.ulPropTag);
             if (test.relop != RELOP_EQ || !test.lpProp ||
                 test.lpProp->ulPropTag != test.ulPropTag || (type != PT_LONG && type != PT_I8) ||
@@ -301,6 +302,31 @@ std::string FolderRows::ExactCondition(const SRestriction& res, const std::strin
         default:
             return {};
     }
+}
+
+std::string FolderRows::EntryIdCondition(const SPropertyRestriction& test,
+                                         const std::string& column,
+                                         std::vector<const SPropValue*>& binds) {
+    if ((test.relop != RELOP_EQ && test.relop != RELOP_NE) || !test.lpProp ||
+        test.lpProp->ulPropTag != PR_ENTRYID)
+        return {};
+    // Only this store's entry id of a message, in the form this store makes, names a row.
+    const SBinary& given = test.lpProp->Value.bin;
+    std::optional<ObjectId> named;
+    const auto parts = ParseEntryId(given.cb, reinterpret_cast<const ENTRYID*>(given.lpb));
+    if (parts && parts->kind == EntryKind::Message && parts->store == store_->uid()) {
+        const EntryIdBytes made = MakeEntryId(*parts);
+        if (given.cb == made.size() && std::equal(made.begin(), made.end(), given.lpb))
+            named = parts->object;
+    }
+    const bool equal = test.relop == RELOP_EQ;
+    if (!named) return equal ? "0" : "1";
+    // A parameter, so that the statement is prepared once for every entry id.
+    SPropValue& id = named_ids_.emplace_back();
+    id.ulPropTag = PROP_TAG(PT_I8, 0);
+    id.Value.li.QuadPart = *named;
+    binds.push_back(&id);
+    return column + (equal ? " = ?" : " <> ?") + std::to_string(binds.size() + 2);
 }
 
 std::optional<ExistenceTest> FolderRows::ExistenceTestOf(const SRestriction& res) {
@@ -373,6 +399,7 @@ HRESULT FolderRows::Candidates(const SRestriction& restriction, CandidateWindow*
     candidates.reset();
     if (IsHierarchy()) return S_OK;
     std::lock_guard lock(mutex_);  // before the store's, as everywhere in this source
+    named_ids_.clear();
     PrepareIndexes(restriction);
     // One read of the file for the whole narrowing: its checks of which tags are in use too.
     StoreDatabase::Snapshot snapshot(*store_);
@@ -382,15 +409,28 @@ HRESULT FolderRows::Candidates(const SRestriction& restriction, CandidateWindow*
         // Within a window, the nearest candidates only: a walk through a large thread then
         // reads each of its ids a few times, not once per step.
         const bool single = window && narrowing.find('(') == std::string::npos;
-        // What a conjunction excludes for certain (the rows that already show a value) is left
-        // out by SQL too, so that a walk need not read each of them to find it matches not.
+        // When SQL decides the whole restriction, a window's candidates are its matches and a
+        // walk need not read each row to test it again. Else what a conjunction excludes for
+        // certain (the rows that already show a value) is left out by SQL too, so that a walk
+        // need not read each of them to find it matches not.
+        const std::string column = single ? "props.obj" : "objects.id";
         std::string excluded;
-        if (restriction.rt == RES_AND && restriction.res.resAnd.lpRes) {
+        if (window) {
+            const std::size_t bound = binds.size(), read = narrowed.size();
+            const std::string condition = ExactCondition(restriction, column, binds, narrowed);
+            window->exact = !condition.empty();
+            if (window->exact) {
+                excluded = " AND " + condition;
+            } else {
+                binds.resize(bound);
+                narrowed.resize(read);
+            }
+        }
+        if (excluded.empty() && restriction.rt == RES_AND && restriction.res.resAnd.lpRes) {
             for (ULONG i = 0; i < restriction.res.resAnd.cRes; ++i) {
                 const SRestriction& part = restriction.res.resAnd.lpRes[i];
                 if (part.rt != RES_NOT) continue;
-                const std::string condition =
-                    ExactCondition(part, single ? "props.obj" : "objects.id", binds, narrowed);
+                const std::string condition = ExactCondition(part, column, binds, narrowed);
                 if (!condition.empty()) excluded += " AND " + condition;
             }
         }

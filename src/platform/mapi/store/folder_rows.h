@@ -4,6 +4,7 @@
 // row still count whole in restrictions and sort orders.
 #pragma once
 
+#include <deque>
 #include <memory>
 #include <mutex>
 #include <optional>
@@ -64,6 +65,10 @@ private:
     // satisfy the restriction, or empty when SQL cannot decide it exactly; adds its tags.
     std::string ExactCondition(const SRestriction& restriction, const std::string& column,
                                std::vector<const SPropValue*>& binds, std::vector<ULONG>& tags);
+    // ExactCondition's test of the computed entry id: an equality or inequality with a given
+    // one; empty for other comparisons.
+    std::string EntryIdCondition(const SPropertyRestriction& test, const std::string& column,
+                                 std::vector<const SPropValue*>& binds);
     // The candidates of a forward window from the last window read for the same narrowing
     // (`query`, by the values of `tags`), when nothing it depends on changed since; false
     // when it must be read.
@@ -92,6 +97,8 @@ private:
         std::vector<RowKey> keys;  // ascending: the candidates from `from` on
     };
     std::optional<KnownWindow> known_window_;
+    // The object ids a search's SQL compares rows with, bound as its parameters.
+    std::deque<SPropValue> named_ids_;
 };
 
 }  // namespace orvella::platform::mapi::store

@@ -522,10 +522,16 @@ HRESULT MapiTable::Search(const SRestriction& restriction, std::size_t from, boo
     }
     for (;;) {
         std::optional<std::vector<RowKey>> candidates;
+        if (window) window->exact = false;
         HRESULT hr = source_->Candidates(restriction, window ? &*window : nullptr, candidates);
         if (FAILED(hr)) return hr;
         if (!candidates) return SearchAll(restriction, from, backward, found);
-        hr = SearchCandidates(restriction, keys_.PositionsFrom(*candidates, from, backward), found);
+        const std::vector<std::size_t> positions = keys_.PositionsFrom(*candidates, from, backward);
+        if (window && window->exact) {
+            if (!positions.empty()) found = positions.front();
+        } else {
+            hr = SearchCandidates(restriction, positions, found);
+        }
         if (FAILED(hr) || found || !window || !window->more || candidates->empty()) return hr;
         window->from = backward ? candidates->front() : candidates->back() + 1;
         window->more = false;

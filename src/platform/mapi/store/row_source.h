@@ -32,12 +32,14 @@ struct RowValues {
 // Where a search of a table in key order looks next: the keys from `from` up (below `from`,
 // backward). A source that honours it returns, in key order, the candidates nearest `from` in
 // that direction, at most `limit` of them, and sets `more` when it left some out; one that
-// ignores it returns them all and leaves `more` false.
+// ignores it returns them all and leaves `more` false. A source sets `exact` when every
+// candidate it returned satisfies the restriction, so that the table need not test them.
 struct CandidateWindow {
     RowKey from = 0;
     bool backward = false;
     std::size_t limit = 0;
     bool more = false;
+    bool exact = false;
 };
 
 // Contract for the sources behind a table. A source is shared by the tables opened on it and may

@@ -3,6 +3,7 @@
 // extended error after a failure.
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <string>
 #include <vector>
 
@@ -166,6 +167,85 @@ TEST_F(MessageTest, SetAndDeletePropsReportProblemsPerValue) {
     EXPECT_EQ(ReadTexts(Open(eid, 0).Get(), {PR_SUBJECT_A, PR_IMPORTANCE, PR_PRIORITY}, texts),
               MAPI_W_ERRORS_RETURNED);
     EXPECT_EQ(texts, (std::vector<std::string>{"S:New", "E(0017):8004010F", "L:1"}));
+}
+
+// A message opened to write reads its saved values only when first asked for one: what was
+// changed before then must stay over them, and a save without any read must still replace a
+// value saved in another type and still lose to a save made since the message was opened.
+TEST_F(MessageTest, ChangesMadeBeforeTheFirstReadStayOverTheSavedValues) {
+    const ULONG priority_text = PROP_TAG(PT_STRING8, PROP_ID(PR_PRIORITY));
+    struct Case {
+        const char* what;
+        void (*change)(IMessage* message);
+        std::vector<std::string> read;  // subject, importance, priority in any type
+    };
+    const Case cases[] = {
+        {"a value of another type, saved unread",
+         [](IMessage* m) {
+             SPropValue text = Text(PROP_TAG(PT_STRING8, PROP_ID(PR_PRIORITY)), "urgent");
+             ASSERT_EQ(m->SetProps(1, &text, nullptr), S_OK);
+         },
+         {"S:Saved", "L:1", "S:urgent"}},
+        {"a value set, then the others read",
+         [](IMessage* m) {
+             SPropValue importance = Long(PR_IMPORTANCE, 2);
+             ASSERT_EQ(m->SetProps(1, &importance, nullptr), S_OK);
+             std::vector<std::string> texts;
+             EXPECT_EQ(ReadTexts(m, {PR_SUBJECT_A, PR_IMPORTANCE}, texts), S_OK);
+             EXPECT_EQ(texts, (std::vector<std::string>{"S:Saved", "L:2"}));
+         },
+         {"S:Saved", "L:2", "L:1"}},
+        {"a value set, another deleted",
+         [](IMessage* m) {
+             SPropValue importance = Long(PR_IMPORTANCE, 2);
+             ASSERT_EQ(m->SetProps(1, &importance, nullptr), S_OK);
+             SizedSPropTagArray(1, subject) = {1, {PR_SUBJECT_A}};
+             ASSERT_EQ(m->DeleteProps(reinterpret_cast<LPSPropTagArray>(&subject), nullptr), S_OK);
+         },
+         {"E(0037):8004010F", "L:2", "L:1"}},
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.what);
+        EntryId eid = SaveMessage(
+            {Text(PR_SUBJECT_A, "Saved"), Long(PR_IMPORTANCE, 1), Long(PR_PRIORITY, 1)});
+        {
+            ComPtr<IMessage> message = Open(eid);
+            c.change(message.Get());
+            ASSERT_EQ(message->SaveChanges(0), S_OK);
+        }
+        ComPtr<IMessage> saved = Open(eid, 0);
+        std::vector<std::string> texts;
+        ReadTexts(saved.Get(),
+                  {PR_SUBJECT_A, PR_IMPORTANCE, PROP_TAG(PT_UNSPECIFIED, PROP_ID(PR_PRIORITY))},
+                  texts);
+        EXPECT_EQ(texts, c.read);
+        MapiBuffer<SPropTagArray> list;
+        ASSERT_EQ(saved->GetPropList(0, &list), S_OK);
+        const std::vector<ULONG> tags(list->aulPropTag, list->aulPropTag + list->cValues);
+        EXPECT_NE(std::count(tags.begin(), tags.end(), PR_PRIORITY),
+                  std::count(tags.begin(), tags.end(), priority_text))
+            << "the priority is saved in exactly one type";
+    }
+
+    // Another save since opening wins, read or not; a message deleted since has nothing to read.
+    EntryId eid = SaveMessage({Text(PR_SUBJECT_A, "Saved"), Long(PR_IMPORTANCE, 1)});
+    ComPtr<IMessage> unread = Open(eid);
+    ComPtr<IMessage> other = Open(eid);
+    SPropValue importance = Long(PR_IMPORTANCE, 5);
+    ASSERT_EQ(other->SetProps(1, &importance, nullptr), S_OK);
+    ASSERT_EQ(other->SaveChanges(0), S_OK);
+    SPropValue subject = Text(PR_SUBJECT_A, "Lost");
+    ASSERT_EQ(unread->SetProps(1, &subject, nullptr), S_OK);
+    EXPECT_EQ(unread->SaveChanges(0), MAPI_E_OBJECT_CHANGED);
+    std::vector<std::string> texts;
+    ReadTexts(Open(eid, 0).Get(), {PR_SUBJECT_A, PR_IMPORTANCE}, texts);
+    EXPECT_EQ(texts, (std::vector<std::string>{"S:Saved", "L:5"}));
+
+    ComPtr<IMessage> doomed = Open(eid, 0);
+    SBinary bin = {static_cast<ULONG>(eid.size()), eid.data()};
+    ENTRYLIST list = {1, &bin};
+    ASSERT_EQ(inbox_->DeleteMessages(&list, 0, nullptr, 0), S_OK);
+    EXPECT_EQ(ReadTexts(doomed.Get(), {PR_SUBJECT_A}, texts), MAPI_E_OBJECT_DELETED);
 }
 
 TEST_F(MessageTest, SaveChangesFlagsDecideWhetherTheMessageStaysWritable) {

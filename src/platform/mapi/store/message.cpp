@@ -151,17 +151,19 @@ HRESULT Message::ModifyRecipients(ULONG flags, LPADRLIST mods) {
 }
 
 HRESULT Message::SetReadFlag(ULONG flags) {
-    const SPropValue* current = props_.Current(PROP_ID(PR_MESSAGE_FLAGS));
-    SPropValue value = {};
-    value.ulPropTag = PR_MESSAGE_FLAGS;
-    value.Value.l = current && current->ulPropTag == PR_MESSAGE_FLAGS ? current->Value.l : 0;
-    if (flags & CLEAR_READ_FLAG)
-        value.Value.l &= ~static_cast<LONG>(MSGFLAG_READ);
-    else
-        value.Value.l |= static_cast<LONG>(MSGFLAG_READ);
     if (!props_.writable()) return MAPI_E_NO_ACCESS;
-    props_.Put(value);
-    return props_.SaveChanges(KEEP_OPEN_READWRITE);
+    return Guarded(props_.last_error(), [&] {
+        const SPropValue* current = props_.Current(PROP_ID(PR_MESSAGE_FLAGS));
+        SPropValue value = {};
+        value.ulPropTag = PR_MESSAGE_FLAGS;
+        value.Value.l = current && current->ulPropTag == PR_MESSAGE_FLAGS ? current->Value.l : 0;
+        if (flags & CLEAR_READ_FLAG)
+            value.Value.l &= ~static_cast<LONG>(MSGFLAG_READ);
+        else
+            value.Value.l |= static_cast<LONG>(MSGFLAG_READ);
+        props_.Put(value);
+        return props_.SaveChanges(KEEP_OPEN_READWRITE);
+    });
 }
 
 HRESULT Message::CopyTo(ULONG, LPCIID, LPSPropTagArray exclude, ULONG_PTR, LPMAPIPROGRESS, LPCIID,

@@ -35,14 +35,25 @@ void ErrorValue(ULONG tag, SCODE error, SPropValue& out) {
 
 ObjectProperties::ObjectProperties(std::shared_ptr<StoreDatabase> store, ObjectInfo info,
                                    bool writable, ObjectHooks& hooks)
-    : store_(std::move(store)), info_(info), writable_(writable), hooks_(hooks) {
-    if (info_.id) {
-        values_ = store_->LoadProperties(info_.id);
-        for (const auto& [id, value] : values_) saved_[id] = value->ulPropTag;
+    : store_(std::move(store)), info_(info), writable_(writable), hooks_(hooks),
+      loaded_(info_.id == 0) {}
+
+void ObjectProperties::LoadSaved() {
+    if (loaded_) return;
+    PropertyMap saved = store_->LoadProperties(info_.id);
+    // An object deleted since it was opened has nothing left to read.
+    if (saved.empty() && !store_->Find(info_.id))
+        throw StoreFailure(MAPI_E_OBJECT_DELETED, "the object was deleted");
+    saved_.clear();
+    for (auto& [id, value] : saved) {
+        saved_[id] = value->ulPropTag;
+        if (!touched_.count(id)) values_[id] = std::move(value);
     }
+    loaded_ = true;
 }
 
-const SPropValue* ObjectProperties::Current(ULONG prop_id) const {
+const SPropValue* ObjectProperties::Current(ULONG prop_id) {
+    LoadSaved();
     auto found = values_.find(prop_id);
     return found == values_.end() ? nullptr : found->second.Get();
 }
@@ -84,6 +95,7 @@ HRESULT ObjectProperties::GetProps(LPSPropTagArray tags, ULONG, ULONG* count,
     if (tags) {
         wanted.assign(tags->aulPropTag, tags->aulPropTag + tags->cValues);
     } else {
+        LoadSaved();
         for (const auto& [id, value] : values_)
             if (!IsComputed(value->ulPropTag)) wanted.push_back(value->ulPropTag);
         for (ULONG tag : hooks_.ComputedTags()) wanted.push_back(tag);
@@ -111,6 +123,7 @@ HRESULT ObjectProperties::GetProps(LPSPropTagArray tags, ULONG, ULONG* count,
 
 HRESULT ObjectProperties::GetPropList(ULONG, LPSPropTagArray* tags) {
     if (!tags) return MAPI_E_INVALID_PARAMETER;
+    LoadSaved();
     std::vector<ULONG> list;
     for (const auto& [id, value] : values_)
         if (!IsComputed(value->ulPropTag)) list.push_back(value->ulPropTag);
@@ -163,6 +176,11 @@ HRESULT ObjectProperties::SetProps(ULONG count, LPSPropValue values,
 HRESULT ObjectProperties::DeleteProps(LPSPropTagArray tags, LPSPropProblemArray* problems) {
     if (!tags) return MAPI_E_INVALID_PARAMETER;
     if (!writable_) return MAPI_E_NO_ACCESS;
+    return Guarded(last_error_, [&] { return DeleteLoaded(tags, problems); });
+}
+
+HRESULT ObjectProperties::DeleteLoaded(LPSPropTagArray tags, LPSPropProblemArray* problems) {
+    LoadSaved();
     std::vector<SPropProblem> found;
     for (ULONG i = 0; i < tags->cValues; ++i) {
         const ULONG tag = tags->aulPropTag[i];
@@ -192,8 +210,12 @@ HRESULT ObjectProperties::SaveChanges(ULONG flags) {
         request.associated = info_.associated;
         request.expected_change = info_.change;
         request.force = (flags & FORCE_SAVE) != 0;
+        // Without the saved values, their tags tell which set values replace another type.
+        if (!loaded_ && !touched_.empty())
+            for (ULONG tag : store_->SavedTags(info_.id)) saved_[PROP_ID(tag)] = tag;
         for (ULONG id : touched_) {
-            const SPropValue* value = Current(id);
+            auto current = values_.find(id);
+            const SPropValue* value = current == values_.end() ? nullptr : current->second.Get();
             auto saved = saved_.find(id);
             if (saved != saved_.end() && (!value || value->ulPropTag != saved->second))
                 request.removed.push_back(saved->second);
@@ -211,7 +233,8 @@ HRESULT ObjectProperties::SaveChanges(ULONG flags) {
             info_.change = change;
         }
         saved_.clear();
-        for (const auto& [id, value] : values_) saved_[id] = value->ulPropTag;
+        if (loaded_)
+            for (const auto& [id, value] : values_) saved_[id] = value->ulPropTag;
         touched_.clear();
         changed_ = false;
         if (!(flags & KEEP_OPEN_READWRITE)) writable_ = false;
@@ -223,6 +246,7 @@ HRESULT ObjectProperties::CopyValuesTo(LPSPropTagArray include, LPSPropTagArray 
                                        IMAPIProp* self, IMAPIProp* target,
                                        LPSPropProblemArray* problems) {
     if (!target) return MAPI_E_INVALID_PARAMETER;
+    LoadSaved();
     std::vector<SPropValue> copy;
     for (const auto& [id, value] : values_) {
         if (IsComputed(value->ulPropTag) || TagListed(exclude, value->ulPropTag)) continue;

@@ -46,7 +46,7 @@ public:
     bool writable() const { return writable_; }
     LastError& last_error() { return last_error_; }
     // The current value (saved or changed) of a property id, or null.
-    const SPropValue* Current(ULONG prop_id) const;
+    const SPropValue* Current(ULONG prop_id);
 
     HRESULT GetProps(LPSPropTagArray tags, ULONG flags, ULONG* count, LPSPropValue* values);
     HRESULT GetPropList(ULONG flags, LPSPropTagArray* tags);
@@ -71,6 +71,10 @@ public:
     void MarkChanged() { changed_ = true; }
 
 private:
+    // Reads the saved values at their first use, under the changes made before it: an object
+    // opened to write one value (a score on each message of a thread) never reads the others.
+    void LoadSaved();
+    HRESULT DeleteLoaded(LPSPropTagArray tags, LPSPropProblemArray* problems);
     bool IsComputed(ULONG tag) const;
     HRESULT ValueFor(ULONG tag, void* parent, SPropValue& out);
 
@@ -79,8 +83,9 @@ private:
     bool writable_;
     ObjectHooks& hooks_;
     LastError last_error_;
+    bool loaded_;                   // whether values_ holds the saved values
     PropertyMap values_;            // by property id: saved values overlaid with changes
-    std::map<ULONG, ULONG> saved_;  // property id -> tag as saved in the file
+    std::map<ULONG, ULONG> saved_;  // property id -> tag as saved in the file, once loaded
     std::set<ULONG> touched_;       // property ids set or deleted since the last save
     bool changed_ = false;
 };

@@ -242,6 +242,14 @@ PropertyMap StoreDatabase::LoadProperties(ObjectId id) {
     return properties;
 }
 
+std::vector<ULONG> StoreDatabase::SavedTags(ObjectId id) {
+    std::lock_guard lock(mutex_);
+    Statement& read = db_.Cached("SELECT tag FROM props WHERE obj = ?1").Bind(1, id);
+    std::vector<ULONG> tags;
+    while (read.Step()) tags.push_back(static_cast<ULONG>(read.Int(0)));
+    return tags;
+}
+
 std::vector<std::uint8_t> StoreDatabase::LoadRecipients(ObjectId id) {
     std::lock_guard lock(mutex_);
     Statement& read = db_.Cached("SELECT rows FROM recipients WHERE msg = ?1").Bind(1, id);

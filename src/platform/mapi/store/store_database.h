@@ -96,6 +96,8 @@ public:
     std::optional<ObjectInfo> Find(ObjectId id);
     // All saved properties of an object; empty when it is gone.
     PropertyMap LoadProperties(ObjectId id);
+    // The tags of the values saved for an object, without reading the values.
+    std::vector<ULONG> SavedTags(ObjectId id);
     // The encoded recipient rows of a message (empty when it has none).
     std::vector<std::uint8_t> LoadRecipients(ObjectId id);
 

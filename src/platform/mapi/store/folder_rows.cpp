@@ -100,6 +100,68 @@ void CollectTags(const SRestriction* res, std::set<ULONG>& tags) {
     }
 }
 
+// The restriction as bytes (its tests, tags and values): what a walk's steps compare to know
+// they search for the same thing.
+void AppendKey(const SRestriction* res, std::string& key) {
+    auto put = [&](ULONG n) { key.append(reinterpret_cast<const char*>(&n), sizeof n); };
+    auto value = [&](const SPropValue* v) {
+        put(v ? v->ulPropTag : 0);
+        if (!v) return;
+        const std::vector<std::uint8_t> bytes = EncodeValue(*v);
+        put(static_cast<ULONG>(bytes.size()));
+        key.append(bytes.begin(), bytes.end());
+    };
+    if (!res) {
+        put(~0u);
+        return;
+    }
+    put(res->rt);
+    switch (res->rt) {
+        case RES_AND:
+        case RES_OR:
+            put(res->res.resAnd.lpRes ? res->res.resAnd.cRes : 0);
+            for (ULONG i = 0; res->res.resAnd.lpRes && i < res->res.resAnd.cRes; ++i)
+                AppendKey(&res->res.resAnd.lpRes[i], key);
+            break;
+        case RES_NOT:
+            AppendKey(res->res.resNot.lpRes, key);
+            break;
+        case RES_COMMENT:
+            AppendKey(res->res.resComment.lpRes, key);
+            break;
+        case RES_PROPERTY:
+            put(res->res.resProperty.relop);
+            put(res->res.resProperty.ulPropTag);
+            value(res->res.resProperty.lpProp);
+            break;
+        case RES_CONTENT:
+            put(res->res.resContent.ulFuzzyLevel);
+            put(res->res.resContent.ulPropTag);
+            value(res->res.resContent.lpProp);
+            break;
+        case RES_EXIST:
+            put(res->res.resExist.ulPropTag);
+            break;
+        case RES_BITMASK:
+            put(res->res.resBitMask.relBMR);
+            put(res->res.resBitMask.ulPropTag);
+            put(res->res.resBitMask.ulMask);
+            break;
+        case RES_SIZE:
+            put(res->res.resSize.relop);
+            put(res->res.resSize.ulPropTag);
+            put(res->res.resSize.cb);
+            break;
+        case RES_COMPAREPROPS:
+            put(res->res.resCompareProps.relop);
+            put(res->res.resCompareProps.ulPropTag1);
+            put(res->res.resCompareProps.ulPropTag2);
+            break;
+        default:
+            break;
+    }
+}
+
 // One object's row: its values for `tags` (stored or computed) in one MAPI buffer.
 struct LoadedRow {
     ObjectInfo info;
@@ -374,12 +436,13 @@ bool ExistenceTest::Holds(ObjectId id) const {
     }
 }
 
-bool FolderRows::FromKnownWindow(const std::string& query, std::span<const ULONG> tags,
-                                 CandidateWindow& window, std::vector<RowKey>& keys) {
-    if (!known_window_ || window.backward || known_window_->query != query ||
+bool FolderRows::FromKnownWindow(const std::string& restriction, CandidateWindow& window,
+                                 std::vector<RowKey>& keys) {
+    if (!known_window_ || window.backward || known_window_->restriction != restriction ||
         window.from < known_window_->from ||
-        store_->ChangedSince(known_window_->stamp, tags, window.from))
+        store_->ChangedSince(known_window_->stamp, known_window_->tags, window.from))
         return false;
+    window.exact = known_window_->exact;
     return SliceKnownWindow(window, keys);
 }
 
@@ -399,6 +462,19 @@ HRESULT FolderRows::Candidates(const SRestriction& restriction, CandidateWindow*
     candidates.reset();
     if (IsHierarchy()) return S_OK;
     std::lock_guard lock(mutex_);  // before the store's, as everywhere in this source
+    // A forward window is read at least kKeptWindow long and kept with the stamp of the values
+    // it was read by: the next steps of a walk find their candidates there, without a read and
+    // without making the narrowing again.
+    const bool keep = window && !window->backward;
+    std::string key;
+    if (keep) {
+        AppendKey(&restriction, key);
+        std::vector<RowKey> keys;
+        if (FromKnownWindow(key, *window, keys)) {
+            candidates = std::move(keys);
+            return S_OK;
+        }
+    }
     named_ids_.clear();
     PrepareIndexes(restriction);
     // One read of the file for the whole narrowing: its checks of which tags are in use too.
@@ -455,24 +531,7 @@ HRESULT FolderRows::Candidates(const SRestriction& restriction, CandidateWindow*
                                          : " AND id >= ?" + from + " ORDER BY id") +
                        " LIMIT ?" + limit;
         }
-        // A forward window is read at least kKeptWindow long and kept with the stamp of the
-        // values it was read by, so that the next steps of a walk need no read.
-        std::string known_query;
         StoreDatabase::ValuesStamp stamp;
-        const bool keep = window && !window->backward;
-        if (keep) {
-            known_query = sql;
-            for (const SPropValue* bind : binds) {
-                const std::vector<std::uint8_t> bytes = EncodeValue(*bind);
-                known_query += '\0' + std::to_string(bind->ulPropTag) + ':' +
-                               std::string(bytes.begin(), bytes.end());
-            }
-            std::vector<RowKey> keys;
-            if (FromKnownWindow(known_query, narrowed, *window, keys)) {
-                candidates = std::move(keys);
-                return S_OK;
-            }
-        }
         if (keep) stamp = store_->Stamp();  // before the read: a change during it shows later
         const std::size_t read_limit = keep ? std::max(window->limit, kKeptWindow) : 0;
         store_->WithDatabase([&](Database& db) {
@@ -486,8 +545,12 @@ HRESULT FolderRows::Candidates(const SRestriction& restriction, CandidateWindow*
             std::vector<RowKey> keys;
             while (query.Step()) keys.push_back(query.Int(0));
             if (keep) {
-                known_window_ =
-                    KnownWindow{known_query, stamp, window->from, keys.size() == read_limit, keys};
+                // A multi-valued value of a narrowed tag would change how its rows match.
+                std::vector<ULONG> tags = narrowed;
+                for (ULONG tag : narrowed) tags.push_back(tag | MV_FLAG);
+                known_window_ = KnownWindow{
+                    std::move(key), stamp,           window->from, keys.size() == read_limit,
+                    window->exact,  std::move(tags), keys};
                 SliceKnownWindow(*window, keys);
             } else if (window) {
                 window->more = keys.size() == window->limit;

@@ -69,11 +69,10 @@ private:
     // one; empty for other comparisons.
     std::string EntryIdCondition(const SPropertyRestriction& test, const std::string& column,
                                  std::vector<const SPropValue*>& binds);
-    // The candidates of a forward window from the last window read for the same narrowing
-    // (`query`, by the values of `tags`), when nothing it depends on changed since; false
-    // when it must be read.
-    bool FromKnownWindow(const std::string& query, std::span<const ULONG> tags,
-                         CandidateWindow& window, std::vector<RowKey>& keys);
+    // The candidates of a forward window from the last window read for the same restriction
+    // (AppendKey's bytes), when nothing it depends on changed since; false when it must be read.
+    bool FromKnownWindow(const std::string& restriction, CandidateWindow& window,
+                         std::vector<RowKey>& keys);
     // The window's part of the last window read; false when it lies past what was read.
     bool SliceKnownWindow(CandidateWindow& window, std::vector<RowKey>& keys) const;
     // The restriction as existence tests alone, when it is one; else nullopt.
@@ -90,10 +89,12 @@ private:
     // The last forward window of candidates read: a walk from match to match asks for the
     // candidates after each match, which one read answers for many steps.
     struct KnownWindow {
-        std::string query;  // the narrowing SQL and its bound values
+        std::string restriction;  // AppendKey's bytes
         StoreDatabase::ValuesStamp stamp;
         RowKey from = 0;
         bool more = false;
+        bool exact = false;        // the candidates are the matches
+        std::vector<ULONG> tags;   // whose values the candidates depend on
         std::vector<RowKey> keys;  // ascending: the candidates from `from` on
     };
     std::optional<KnownWindow> known_window_;

@@ -2,6 +2,7 @@
 // refused, the counts match the files, and the header blocks are well-formed mail headers.
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <fstream>
 #include <map>
 #include <set>
@@ -126,6 +127,38 @@ TEST(GeneratedFiles, SizesOutsideOneHundredToOneMillionAreRefused) {
         EXPECT_THROW(Generate(messages, 1, root), std::invalid_argument) << messages;
         EXPECT_FALSE(fs::exists(root)) << messages;
     }
+}
+
+// The add-in threads mail by subject: a subject shared by many unrelated conversations would make
+// a thread of hundreds that real mail does not have. Subjects are compared as the add-in's thread
+// names are, without their reply and forward prefixes.
+TEST(GeneratedFiles, FewConversationsShareASubject) {
+    TempHome home;
+    const gen::GeneratedMailbox mailbox = Generate(10000, 5, home.path());
+    std::map<std::string, std::size_t> by_subject;
+    for (const auto& [name, bytes] : ReadTree(home.path() / "inbox")) {
+        const std::vector<std::string> subject = FieldValues(HeaderLines(bytes), "Subject");
+        std::string text = subject.empty() ? "" : subject.front();
+        for (bool stripped = true; stripped;) {
+            stripped = false;
+            for (const char* prefix : {" Re:", " RE:", " Fwd:", " FW:", " Fw:"}) {
+                if (text.rfind(prefix, 0) == 0) {
+                    text.erase(0, std::string(prefix).size());
+                    stripped = true;
+                }
+            }
+        }
+        ++by_subject[text];
+    }
+    std::size_t largest = 0, in_large = 0;
+    for (const auto& [subject, count] : by_subject) {
+        if (subject.empty()) continue;  // blank subjects are a style of their own
+        largest = std::max(largest, count);
+        if (count >= 50) in_large += count;
+    }
+    EXPECT_LE(largest * 100, mailbox.inbox_messages) << "one subject holds over 1% of the Inbox";
+    EXPECT_LE(in_large * 100, 5 * mailbox.inbox_messages)
+        << "subjects of 50 messages or more hold over 5% of the Inbox";
 }
 
 TEST(GeneratedFiles, CountsMatchTheFilesAndTheInboxHoldsAboutThreeQuarters) {

@@ -6,6 +6,7 @@
 
 #include <chrono>
 #include <cstdint>
+#include <filesystem>
 #include <thread>
 #include <vector>
 
@@ -44,6 +45,29 @@ TEST(CheckpointerTest, ALongWalIsCheckpointedOnItsThreadAndNothingCommittedIsLos
     ASSERT_TRUE(check.Step());
     EXPECT_EQ(check.Text(0), "ok");
     check.Reset();
+}
+
+// A writer that never pauses begins each transaction while the thread is still copying: the WAL
+// must still start over now and then instead of growing with everything ever written.
+TEST(CheckpointerTest, UnderSteadyWritingTheWalStartsOverInsteadOfGrowing) {
+    TempHome home;
+    const auto file = home.path() / "wal.db";
+    store::Database db(file, true);
+    db.Exec("PRAGMA journal_mode=WAL; PRAGMA synchronous=NORMAL; CREATE TABLE t(v BLOB)");
+    constexpr std::uintmax_t kPageBytes = 4096 + 24;  // a WAL frame: a page and its header
+    const std::vector<std::uint8_t> value(16384, 7);
+    int written = 0;
+    {
+        store::Checkpointer checkpointer(db);
+        // Each commit appends about five pages: ten times the restart length in all.
+        while (written < 10 * store::Checkpointer::kRestartFrames) {
+            db.Cached("INSERT INTO t(v) VALUES(?1)").BindBlob(1, value).Run();
+            written += 5;
+        }
+    }
+    // The file keeps the longest the WAL ever was.
+    const std::uintmax_t longest = std::filesystem::file_size(file.string() + "-wal") / kPageBytes;
+    EXPECT_LT(longest, 3u * store::Checkpointer::kRestartFrames) << "of " << written << " written";
 }
 
 }  // namespace

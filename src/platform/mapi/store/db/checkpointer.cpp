@@ -29,8 +29,18 @@ int Checkpointer::Runs() {
     return runs_;
 }
 
-int Checkpointer::OnCommit(void* self, sqlite3*, const char*, int frames) {
+int Checkpointer::OnCommit(void* self, sqlite3* db, const char*, int frames) {
     if (frames < kDueFrames) return SQLITE_OK;
+    if (frames >= kRestartFrames) {
+        // A writer starts the WAL over only when its transaction begins after a complete
+        // checkpoint. Under steady writing each one begins while the thread is still copying,
+        // and the log would grow without end, every read searching more of it. So now and then
+        // the writer finishes the copy itself (the thread has copied most of it): its next
+        // transaction starts the log from the beginning. Busy (the thread is copying): the next
+        // commit tries again.
+        sqlite3_wal_checkpoint_v2(db, "main", SQLITE_CHECKPOINT_PASSIVE, nullptr, nullptr);
+        return SQLITE_OK;
+    }
     auto* checkpointer = static_cast<Checkpointer*>(self);
     {
         std::lock_guard lock(checkpointer->mutex_);

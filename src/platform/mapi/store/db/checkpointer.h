@@ -1,6 +1,7 @@
 // Checkpoints of a WAL database on a thread of their own: the committed pages are copied back
 // into the database file through a connection of the checkpointer's own, so that no commit
-// waits while they are (SQLite would otherwise copy them inside every thousandth commit).
+// waits while they are (SQLite would otherwise copy them inside every thousandth commit). Only
+// when the WAL has grown long does a commit finish a checkpoint, so that the WAL starts over.
 #pragma once
 
 #include <condition_variable>
@@ -15,6 +16,8 @@ class Checkpointer {
 public:
     // WAL pages after which a checkpoint is due (SQLite's own automatic threshold).
     static constexpr int kDueFrames = 1000;
+    // WAL pages after which the writer completes a checkpoint itself, so that the WAL restarts.
+    static constexpr int kRestartFrames = 8 * kDueFrames;
 
     // Takes over the checkpoints of `served` (which must outlive it): from now on its commits
     // only tell the checkpointer how long the WAL has grown. Throws StoreFailure when the

@@ -10,6 +10,7 @@
 #include <string>
 #include <vector>
 
+#include "ascii_case.h"
 #include "commands.h"
 #include "hex.h"
 #include "prop_text.h"
@@ -214,7 +215,7 @@ nlohmann::json ToJson(const Value& value) {
 // ---- parsing data for set ----
 
 DWORD ParseType(std::string type) {
-    for (char& c : type) c = static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
+    type = orvella::platform::AsciiLower(type);
     if (type.starts_with("reg_")) type.erase(0, 4);
     if (type == "sz") return REG_SZ;
     if (type == "expand_sz") return REG_EXPAND_SZ;

@@ -2,15 +2,16 @@
 // session, the addresses and friendly domains they listed themselves, and the two questions
 // scoring asks of them.
 #include <algorithm>
-#include <cctype>
 
 #include "COutlookContext.h"
+#include "ascii_case.h"
 #include "mapiutil.h"
 #include "registry_values.h"
 #include "resource.h"
 #include "store_failures.h"
 
 using namespace store_failures;
+using orvella::platform::AsciiLower;
 using orvella::platform::mapi::MapiBuffer;
 using orvella::platform::mapi::RowSetPtr;
 
@@ -24,12 +25,6 @@ constexpr char kProfilesKey9x[] = "Software\\Microsoft\\Windows Messaging Subsys
 constexpr char kProfilesKeyNT[] =
     "Software\\Microsoft\\Windows NT\\CurrentVersion\\Windows Messaging Subsystem\\Profiles";
 constexpr char kAccountListKey[] = "9375CFF0413111d3B88A00104B2A6676";
-
-std::string Lower(std::string text) {
-    std::transform(text.begin(), text.end(), text.begin(),
-                   [](unsigned char c) { return static_cast<char>(std::tolower(c)); });
-    return text;
-}
 
 // The names of key's sub-keys, in the registry's order.
 std::vector<std::string> SubKeys(HKEY key) {
@@ -97,7 +92,7 @@ std::vector<std::string> SplitList(const std::string& text) {
     std::string entry;
     for (char c : text + " ") {
         if (c == ';' || c == ',' || c == ' ') {
-            if (!entry.empty()) entries.push_back(Lower(entry));
+            if (!entry.empty()) entries.push_back(AsciiLower(entry));
             entry.clear();
         } else {
             entry += c;
@@ -121,7 +116,7 @@ void COutlookContext::LoadIdentity() {
     if (RegOpenKeyExA(HKEY_CURRENT_USER, SettingsKeyName().c_str(), 0, KEY_READ, settings.put()) ==
         ERROR_SUCCESS)
         vendor = ReadRegString(settings.get(), "VendorDomain");
-    vendorDomain_ = Lower(
+    vendorDomain_ = AsciiLower(
         vendor && !vendor->empty() ? *vendor : orvella::res::LoadResString(IDS_VENDOR_DOMAIN));
 }
 
@@ -152,7 +147,7 @@ std::vector<std::string> COutlookContext::GetAccountManagerAddresses() {
             ERROR_SUCCESS)
             continue;
         std::string address = ReadRegString(account.get(), "SMTP Email Address").value_or("");
-        if (!address.empty()) addresses.push_back(Lower(address));
+        if (!address.empty()) addresses.push_back(AsciiLower(address));
     }
     return addresses;
 }
@@ -180,7 +175,7 @@ std::vector<std::string> COutlookContext::GetProfileAddresses() {
                 ERROR_SUCCESS)
                 continue;
             std::string address = ReadUtf16Email(account.get()).value_or("");
-            if (!address.empty()) addresses.push_back(Lower(address));
+            if (!address.empty()) addresses.push_back(AsciiLower(address));
         }
     }
     return addresses;
@@ -217,7 +212,7 @@ std::string COutlookContext::GetDefaultExchangeUserAddress() {
                   "GetDefaultExchangeUserAddress::Unable to get props for default user");
         if (values[0].ulPropTag == PR_ADDRTYPE_A && std::string(values[0].Value.lpszA) == "EX" &&
             values[1].ulPropTag == PR_EMAIL_ADDRESS_A)
-            return Lower(values[1].Value.lpszA);
+            return AsciiLower(values[1].Value.lpszA);
     }
     return "";
 }
@@ -251,7 +246,7 @@ std::vector<std::string> COutlookContext::GetFriendDomains() {
 void COutlookContext::SaveAddressList(const char* value, const std::vector<std::string>& entries,
                                       const char* operation, const char* writeFailure) {
     std::string text;
-    for (const std::string& entry : entries) text += Lower(entry) + " ";
+    for (const std::string& entry : entries) text += AsciiLower(entry) + " ";
     size_t begin = text.find_first_not_of(' ');
     size_t end = text.find_last_not_of(' ');
     text = begin == std::string::npos ? "" : text.substr(begin, end - begin + 1);
@@ -279,7 +274,7 @@ void COutlookContext::SaveFriendDomains(const std::vector<std::string>& domains)
 }
 
 bool COutlookContext::IsUserAddress(const std::string& address) const {
-    const std::string lower = Lower(address);
+    const std::string lower = AsciiLower(address);
     auto listed = [&](const std::vector<std::string>& list) {
         return std::find(list.begin(), list.end(), lower) != list.end();
     };
@@ -287,7 +282,7 @@ bool COutlookContext::IsUserAddress(const std::string& address) const {
 }
 
 bool COutlookContext::IsFriendDomain(const std::string& address) const {
-    const std::string lower = Lower(address);
+    const std::string lower = AsciiLower(address);
     size_t at = lower.find('@');
     if (at == std::string::npos || at == 0) return false;
     const std::string domain = lower.substr(at + 1);

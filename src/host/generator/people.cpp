@@ -6,6 +6,7 @@
 #include <span>
 #include <unordered_set>
 
+#include "ascii_case.h"
 #include "header_encoding.h"
 #include "word_lists.h"
 
@@ -160,10 +161,8 @@ Person MakeOwner(const std::string& company, AddressBook& book, Random& random) 
     owner.group = Group::Colleague;
     owner.mailer = Mailer::PlainText;
     owner.zone = random.Pick(kOwnerZones);
-    std::string f = first;
-    std::string l = last;
-    std::transform(f.begin(), f.end(), f.begin(), [](unsigned char c) { return std::tolower(c); });
-    std::transform(l.begin(), l.end(), l.begin(), [](unsigned char c) { return std::tolower(c); });
+    const std::string f = orvella::platform::AsciiLower(first);
+    const std::string l = orvella::platform::AsciiLower(last);
     owner.addresses.push_back(book.Unique(f + "." + l, company));
     owner.addresses.push_back(book.Unique(f + l, random.Pick(FreeMailDomains())));
     if (random.Chance(500)) owner.addresses.push_back(book.Unique(f.substr(0, 1) + l, company));

@@ -3,9 +3,8 @@
 
 #include <strings.h>
 
-#include <algorithm>
-#include <cctype>
 
+#include "ascii_case.h"
 #include "mapi_names.h"
 #include "mapitags.h"
 #include "mapiutil.h"
@@ -84,9 +83,7 @@ ComPtr<IMAPIFolder> ImportFolders::Child(IMAPIFolder* parent, const std::string&
 }
 
 IMAPIFolder* ImportFolders::Folder(const FolderPath& path) {
-    std::string key = PathText(path);
-    std::transform(key.begin(), key.end(), key.begin(),
-                   [](unsigned char c) { return static_cast<char>(std::tolower(c)); });
+    const std::string key = orvella::platform::AsciiLower(PathText(path));
     if (auto found = by_path_.find(key); found != by_path_.end()) return found->second.Get();
     ComPtr<IMAPIFolder> folder = top_;
     FolderPath walked;

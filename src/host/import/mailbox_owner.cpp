@@ -2,26 +2,22 @@
 #include "mailbox_owner.h"
 
 #include <algorithm>
-#include <cctype>
 #include <fstream>
 #include <map>
 #include <system_error>
 
+#include "ascii_case.h"
 #include "mail_addresses.h"
+
+using orvella::platform::AsciiLower;
 
 namespace orvella::host::mail {
 namespace {
 
 namespace fs = std::filesystem;
 
-std::string Lower(std::string text) {
-    std::transform(text.begin(), text.end(), text.begin(),
-                   [](unsigned char c) { return static_cast<char>(std::tolower(c)); });
-    return text;
-}
-
 bool IsSentFolder(const fs::path& directory) {
-    const std::string name = Lower(directory.filename().string());
+    const std::string name = AsciiLower(directory.filename().string());
     return name.rfind("sent", 0) == 0 || name.rfind("_sent", 0) == 0;
 }
 
@@ -39,7 +35,7 @@ std::string FromHeader(const fs::path& file) {
             continue;
         }
         if (inFrom) break;
-        if (Lower(line.substr(0, 5)) == "from:") {
+        if (AsciiLower(line.substr(0, 5)) == "from:") {
             inFrom = true;
             value = line.substr(5);
         }
@@ -58,7 +54,7 @@ std::string GuessOwnerAddress(const fs::path& mailbox) {
             if (!entry.is_regular_file(error)) continue;
             const std::vector<MailAddress> from = ParseAddressList(FromHeader(entry.path()));
             if (!from.empty() && !from.front().address.empty())
-                ++senders[Lower(from.front().address)];
+                ++senders[AsciiLower(from.front().address)];
         }
     }
     if (senders.empty()) return "";

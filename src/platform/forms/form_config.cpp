@@ -6,7 +6,10 @@
 #include <fstream>
 #include <map>
 
+#include "ascii_case.h"
 #include "hex.h"
+
+using orvella::platform::AsciiLower;
 
 namespace orvella::platform::forms {
 namespace {
@@ -16,12 +19,6 @@ std::string Trim(const std::string& text) {
     auto begin = std::find_if_not(text.begin(), text.end(), space);
     auto end = std::find_if_not(text.rbegin(), text.rend(), space).base();
     return begin < end ? std::string(begin, end) : std::string();
-}
-
-std::string Lower(std::string text) {
-    std::transform(text.begin(), text.end(), text.begin(),
-                   [](unsigned char c) { return static_cast<char>(std::tolower(c)); });
-    return text;
 }
 
 // Entries by lower-case name, per lower-case section name; a repeated entry keeps the last.
@@ -41,13 +38,13 @@ Sections ReadSections(const std::string& path) {
         std::string text = Trim(line);
         if (text.empty() || text.front() == ';') continue;
         if (text.front() == '[' && text.back() == ']') {
-            current = &sections[Lower(Trim(text.substr(1, text.size() - 2)))];
+            current = &sections[AsciiLower(Trim(text.substr(1, text.size() - 2)))];
             continue;
         }
         auto equals = text.find('=');
         if (equals == std::string::npos || equals == 0 || !current)
             Fail(path, "line " + std::to_string(number) + " is neither a section nor an entry");
-        (*current)[Lower(Trim(text.substr(0, equals)))] = Trim(text.substr(equals + 1));
+        (*current)[AsciiLower(Trim(text.substr(0, equals)))] = Trim(text.substr(equals + 1));
     }
     if (in.bad()) Fail(path, "the form configuration file cannot be read");
     return sections;

@@ -16,9 +16,12 @@
 #include <string>
 #include <vector>
 
+#include "ascii_case.h"
 #include "enron_corpus.h"
 #include "import_fixture.h"
 #include "mapiutil.h"
+
+using orvella::platform::AsciiLower;
 
 namespace {
 
@@ -28,12 +31,6 @@ using orvella::platform::mapi::RowSetPtr;
 using orvella::testing::PropText;
 using orvella::testing::RecipientTexts;
 namespace mail = orvella::host::mail;
-
-std::string Lower(std::string text) {
-    std::transform(text.begin(), text.end(), text.begin(),
-                   [](unsigned char c) { return static_cast<char>(std::tolower(c)); });
-    return text;
-}
 
 std::string Trim(const std::string& text) {
     const size_t first = text.find_first_not_of(" \t\r\n");
@@ -67,7 +64,7 @@ FileMessage ReadMessage(const fs::path& path) {
         if ((line[0] == ' ' || line[0] == '\t') && !name.empty()) {
             message.fields[name] += line;
         } else if (const size_t colon = line.find(':'); colon != std::string::npos) {
-            name = Lower(line.substr(0, colon));
+            name = AsciiLower(line.substr(0, colon));
             if (!message.fields.count(name)) message.fields[name] = line.substr(colon + 1);
         }
     }

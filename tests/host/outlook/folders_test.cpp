@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <cctype>
 
+#include "ascii_case.h"
 #include "hex.h"
 #include "mapiutil.h"
 #include "outlook_fixture.h"
@@ -100,9 +101,11 @@ TEST_F(FoldersTest, GetFolderFromIdRoundTripsHexInEitherCaseAcrossStores) {
     };
     const Case cases[] = {
         {id, VariantText(store_id), "Contacts"},
-        {Lower(id), VariantText(Lower(store_id)), "Contacts"},
-        {Lower(id), VariantMissing(), "Contacts"},
-        {archive_top, VariantText(Lower(archive_store)), "Top of Information Store"},
+        {orvella::platform::AsciiLower(id), VariantText(orvella::platform::AsciiLower(store_id)),
+         "Contacts"},
+        {orvella::platform::AsciiLower(id), VariantMissing(), "Contacts"},
+        {archive_top, VariantText(orvella::platform::AsciiLower(archive_store)),
+         "Top of Information Store"},
         {archive_top, VariantMissing(), "Top of Information Store"},
     };
     for (const Case& c : cases) {

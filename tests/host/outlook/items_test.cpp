@@ -4,6 +4,7 @@
 
 #include <stdexcept>
 
+#include "ascii_case.h"
 #include "hex.h"
 #include "mapiutil.h"
 #include "outlook_fixture.h"
@@ -139,7 +140,8 @@ TEST_F(ItemsTest, GetItemFromIdGivesTheItemTypeOfTheMessageClass) {
         SCOPED_TRACE(c.message_class);
         const std::string id = SaveWithClass(inbox.Get(), c.message_class);
         ComPtr<IDispatch> item;
-        ASSERT_EQ(mapi_->GetItemFromID(Lower(id), VariantMissing(), &item), S_OK);
+        ASSERT_EQ(mapi_->GetItemFromID(orvella::platform::AsciiLower(id), VariantMissing(), &item),
+                  S_OK);
         EXPECT_EQ(AsMail(item.Get()).Get() != nullptr, c.iid == &IID__MailItem);
         if (c.expect) {
             c.expect(item.Get(), *c.iid, c.object_class, id);

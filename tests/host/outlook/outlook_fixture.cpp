@@ -1,8 +1,6 @@
 // The simulated Outlook test fixture: profile, application, namespace and a checking session.
 #include "outlook_fixture.h"
 
-#include <algorithm>
-#include <cctype>
 #include <span>
 
 #include "hex.h"
@@ -106,12 +104,6 @@ std::string EntryIdOf(_MailItem* item) {
         EXPECT_EQ(item->get_EntryID(&id), S_OK);
     }
     return id;
-}
-
-std::string Lower(std::string text) {
-    std::transform(text.begin(), text.end(), text.begin(),
-                   [](unsigned char c) { return static_cast<char>(std::tolower(c)); });
-    return text;
 }
 
 ComPtr<_MailItem> AsMail(IDispatch* item) {

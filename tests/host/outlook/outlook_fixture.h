@@ -46,7 +46,6 @@ protected:
 std::string NameOf(MAPIFolder* folder);
 std::string EntryIdOf(MAPIFolder* folder);
 std::string EntryIdOf(_MailItem* item);
-std::string Lower(std::string text);
 // The item's _MailItem interface, or null.
 ComPtr<_MailItem> AsMail(IDispatch* item);
 

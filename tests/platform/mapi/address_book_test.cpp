@@ -8,6 +8,7 @@
 #include <string>
 #include <vector>
 
+#include "ascii_case.h"
 #include "db/sqlite_db.h"
 #include "directory.h"
 #include "mapi_ptr.h"
@@ -16,6 +17,8 @@
 #include "mapix.h"
 #include "profile.h"
 #include "temp_home.h"
+
+using orvella::platform::AsciiLower;
 
 namespace {
 
@@ -58,11 +61,6 @@ Bytes Bin(const SPropValue& value) {
     return {value.Value.bin.lpb, value.Value.bin.lpb + value.Value.bin.cb};
 }
 
-std::string Lower(std::string text) {
-    for (char& c : text) c = static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
-    return text;
-}
-
 // The code of the StoreFailure `work` throws; S_OK when it throws none.
 template <class Work>
 HRESULT FailureOf(Work&& work) {
@@ -94,7 +92,7 @@ public:
             return hr;
         MapiBuffer<SPropValue> name;
         if (FAILED(HrGetOneProp(opened.Get(), PR_DISPLAY_NAME_A, &name)) ||
-            Lower(name->Value.lpszA) == "contacts")
+            AsciiLower(name->Value.lpszA) == "contacts")
             return S_OK;
         container_ = opened;
         return S_OK;
@@ -129,7 +127,7 @@ public:
             if (props[0].ulPropTag == PR_EMS_AB_PROXY_ADDRESSES_A)
                 for (ULONG j = 0; j < props[0].Value.MVszA.cValues; ++j) {
                     const std::string proxy = props[0].Value.MVszA.lppszA[j];
-                    if (proxy.size() >= 5 && Lower(proxy.substr(0, 5)) == "smtp:")
+                    if (proxy.size() >= 5 && AsciiLower(proxy.substr(0, 5)) == "smtp:")
                         aliases.push_back(proxy.substr(5));
                 }
             if (!smtp || props[1].ulPropTag != PR_ENTRYID) continue;
@@ -177,7 +175,7 @@ public:
             if (values[0].ulPropTag == PR_ADDRTYPE_A &&
                 std::string(values[0].Value.lpszA) == "EX" &&
                 values[1].ulPropTag == PR_EMAIL_ADDRESS_A)
-                return Lower(values[1].Value.lpszA);
+                return AsciiLower(values[1].Value.lpszA);
         }
         return "";
     }

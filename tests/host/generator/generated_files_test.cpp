@@ -13,6 +13,7 @@
 
 #include "mailbox_generator.h"
 #include "temp_home.h"
+#include "thread_name.h"
 
 namespace {
 
@@ -135,20 +136,11 @@ TEST(GeneratedFiles, SizesOutsideOneHundredToOneMillionAreRefused) {
 TEST(GeneratedFiles, FewConversationsShareASubject) {
     TempHome home;
     const gen::GeneratedMailbox mailbox = Generate(10000, 5, home.path());
+    const CThreadNamePattern threads;
     std::map<std::string, std::size_t> by_subject;
     for (const auto& [name, bytes] : ReadTree(home.path() / "inbox")) {
         const std::vector<std::string> subject = FieldValues(HeaderLines(bytes), "Subject");
-        std::string text = subject.empty() ? "" : subject.front();
-        for (bool stripped = true; stripped;) {
-            stripped = false;
-            for (const char* prefix : {" Re:", " RE:", " Fwd:", " FW:", " Fw:"}) {
-                if (text.rfind(prefix, 0) == 0) {
-                    text.erase(0, std::string(prefix).size());
-                    stripped = true;
-                }
-            }
-        }
-        ++by_subject[text];
+        ++by_subject[threads.ThreadName(subject.empty() ? nullptr : subject.front().c_str())];
     }
     std::size_t largest = 0, in_large = 0;
     for (const auto& [subject, count] : by_subject) {

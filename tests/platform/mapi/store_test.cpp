@@ -15,6 +15,7 @@
 #include "mapix.h"
 #include "profile.h"
 #include "store_objects.h"
+#include "store_test_support.h"
 #include "temp_home.h"
 
 namespace {
@@ -239,11 +240,8 @@ TEST_F(StoreTest, AnEntryOfAStoreOutsideTheProfileIsUnknownToItsSession) {
     ASSERT_EQ(MAPILogonEx(0, const_cast<char*>("Work"), nullptr, MAPI_EXTENDED, &work), S_OK);
     ComPtr<IMAPITable> stores;
     ASSERT_EQ(work->GetMsgStoresTable(0, &stores), S_OK);
-    SizedSPropTagArray(1, columns) = {1, {PR_ENTRYID}};
-    RowSetPtr rows;
-    ASSERT_EQ(HrQueryAllRows(stores.Get(), reinterpret_cast<LPSPropTagArray>(&columns), nullptr,
-                             nullptr, 0, &rows),
-              S_OK);
+    RowSetPtr rows = orvella::testing::AllRows(stores.Get(), {PR_ENTRYID});
+    ASSERT_TRUE(rows && rows->cRows > 0);
     const SBinary& storeId = rows->aRow[0].lpProps[0].Value.bin;
     ComPtr<IMsgStore> workStore;
     ASSERT_EQ(work->OpenMsgStore(0, storeId.cb, reinterpret_cast<LPENTRYID>(storeId.lpb), nullptr,

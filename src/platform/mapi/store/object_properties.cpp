@@ -179,28 +179,26 @@ HRESULT ObjectProperties::SetProps(ULONG count, LPSPropValue values,
 HRESULT ObjectProperties::DeleteProps(LPSPropTagArray tags, LPSPropProblemArray* problems) {
     if (!tags) return MAPI_E_INVALID_PARAMETER;
     if (!writable_) return MAPI_E_NO_ACCESS;
-    return Guarded(last_error_, [&] { return DeleteLoaded(tags, problems); });
-}
-
-HRESULT ObjectProperties::DeleteLoaded(LPSPropTagArray tags, LPSPropProblemArray* problems) {
-    LoadSaved();
-    std::vector<SPropProblem> found;
-    for (ULONG i = 0; i < tags->cValues; ++i) {
-        const ULONG tag = tags->aulPropTag[i];
-        if (IsComputed(tag)) {
-            found.push_back({i, tag, MAPI_E_COMPUTED});
-            continue;
+    return Guarded(last_error_, [&] {
+        LoadSaved();
+        std::vector<SPropProblem> found;
+        for (ULONG i = 0; i < tags->cValues; ++i) {
+            const ULONG tag = tags->aulPropTag[i];
+            if (IsComputed(tag)) {
+                found.push_back({i, tag, MAPI_E_COMPUTED});
+                continue;
+            }
+            auto value = values_.find(PROP_ID(tag));
+            if (value == values_.end() ||
+                (PROP_TYPE(tag) != PT_UNSPECIFIED && value->second->ulPropTag != tag)) {
+                found.push_back({i, tag, MAPI_E_NOT_FOUND});
+                continue;
+            }
+            values_.erase(value);
+            touched_.insert(PROP_ID(tag));
         }
-        auto value = values_.find(PROP_ID(tag));
-        if (value == values_.end() ||
-            (PROP_TYPE(tag) != PT_UNSPECIFIED && value->second->ulPropTag != tag)) {
-            found.push_back({i, tag, MAPI_E_NOT_FOUND});
-            continue;
-        }
-        values_.erase(value);
-        touched_.insert(PROP_ID(tag));
-    }
-    return ReportProblems(found, problems);
+        return ReportProblems(found, problems);
+    });
 }
 
 HRESULT ObjectProperties::SaveChanges(ULONG flags) {

@@ -74,7 +74,6 @@ private:
     // Reads the saved values at their first use, under the changes made before it: an object
     // opened to write one value (a score on each message of a thread) never reads the others.
     void LoadSaved();
-    HRESULT DeleteLoaded(LPSPropTagArray tags, LPSPropProblemArray* problems);
     bool IsComputed(ULONG tag) const;
     HRESULT ValueFor(ULONG tag, void* parent, SPropValue& out);
 

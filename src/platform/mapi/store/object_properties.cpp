@@ -211,9 +211,8 @@ HRESULT ObjectProperties::SaveChanges(ULONG flags) {
         request.associated = info_.associated;
         request.expected_change = info_.change;
         request.force = (flags & FORCE_SAVE) != 0;
-        // Without the saved values, their tags tell which set values replace another type.
-        if (!loaded_ && !touched_.empty())
-            for (ULONG tag : store_->SavedTags(info_.id)) saved_[PROP_ID(tag)] = tag;
+        // Without the saved values, the store finds which set values replace another type.
+        request.retype_unread = !loaded_;
         for (ULONG id : touched_) {
             auto current = values_.find(id);
             const SPropValue* value = current == values_.end() ? nullptr : current->second.Get();

@@ -244,12 +244,17 @@ PropertyMap StoreDatabase::LoadProperties(ObjectId id) {
     return properties;
 }
 
-std::vector<ULONG> StoreDatabase::SavedTags(ObjectId id) {
-    std::lock_guard lock(mutex_);
+std::vector<ULONG> StoreDatabase::RetypedTags(ObjectId id, std::span<const SPropValue* const> set) {
     Statement& read = db_.Cached("SELECT tag FROM props WHERE obj = ?1").Bind(1, id);
-    std::vector<ULONG> tags;
-    while (read.Step()) tags.push_back(static_cast<ULONG>(read.Int(0)));
-    return tags;
+    std::vector<ULONG> retyped;
+    while (read.Step()) {
+        const ULONG tag = static_cast<ULONG>(read.Int(0));
+        for (const SPropValue* value : set) {
+            if (PROP_ID(value->ulPropTag) == PROP_ID(tag) && value->ulPropTag != tag)
+                retyped.push_back(tag);
+        }
+    }
+    return retyped;
 }
 
 std::vector<std::uint8_t> StoreDatabase::LoadRecipients(ObjectId id) {
@@ -273,14 +278,14 @@ void StoreDatabase::NoteTags(std::span<const SPropValue* const> values) {
     }
 }
 
-void StoreDatabase::CountWrites(const SaveRequest& request) {
+void StoreDatabase::CountWrites(const SaveRequest& request, std::span<const ULONG> removed) {
     if (request.id == 0) ++structure_writes_;
     auto note = [&](ULONG tag) {
         recent_writes_.push_back({++value_writes_, tag, request.id});
         if (recent_writes_.size() > kWritesKept) recent_writes_.pop_front();
     };
     for (const SPropValue* value : request.set) note(value->ulPropTag);
-    for (ULONG tag : request.removed) note(tag);
+    for (ULONG tag : removed) note(tag);
 }
 
 StoreDatabase::ValuesStamp StoreDatabase::Stamp() {
@@ -310,8 +315,13 @@ bool StoreDatabase::ChangedSince(const ValuesStamp& then, std::span<const ULONG>
 
 std::pair<ObjectId, std::int64_t> StoreDatabase::Save(const SaveRequest& request) {
     std::lock_guard lock(mutex_);
-    CountWrites(request);
     Transaction transaction(db_);
+    // Read inside the write: no read transaction of its own, and no save can come between.
+    std::vector<ULONG> removed = request.removed;
+    if (request.retype_unread && request.id != 0) {
+        for (ULONG tag : RetypedTags(request.id, request.set)) removed.push_back(tag);
+    }
+    CountWrites(request, removed);
     ObjectId id = request.id;
     ObjectId parent = request.parent;  // a saved object's own, which a request need not know
     std::int64_t change = 1;
@@ -342,7 +352,7 @@ std::pair<ObjectId, std::int64_t> StoreDatabase::Save(const SaveRequest& request
             .Bind(2, change)
             .Run();
     }
-    for (ULONG tag : request.removed) {
+    for (ULONG tag : removed) {
         db_.Cached("DELETE FROM props WHERE obj = ?1 AND tag = ?2")
             .Bind(1, id)
             .Bind(2, std::int64_t{tag})

@@ -51,6 +51,9 @@ struct SaveRequest {
     bool force = false;
     std::vector<const SPropValue*> set;  // values to write
     std::vector<ULONG> removed;          // exact tags to remove (deleted, or retyped)
+    // The caller never read the saved values: a set value also removes a saved one of its
+    // property id under another type.
+    bool retype_unread = false;
     std::optional<std::vector<std::uint8_t>> recipients;  // encoded rows, when they changed
 };
 
@@ -97,7 +100,6 @@ public:
     // All saved properties of an object; empty when it is gone.
     PropertyMap LoadProperties(ObjectId id);
     // The tags of the values saved for an object, without reading the values.
-    std::vector<ULONG> SavedTags(ObjectId id);
     // The encoded recipient rows of a message (empty when it has none).
     std::vector<std::uint8_t> LoadRecipients(ObjectId id);
 
@@ -224,6 +226,8 @@ private:
     void TouchMembership(ObjectId folder);
     void TouchHierarchy();
     void NoteTags(std::span<const SPropValue* const> values);
+    // The saved tags of `id` that a value set under another type of the same id replaces.
+    std::vector<ULONG> RetypedTags(ObjectId id, std::span<const SPropValue* const> set);
     void RecordEvent(const StoreEvent& event);
     void RecordSave(const SaveRequest& request, ObjectId id, ObjectId parent);
     std::optional<ObjectId> ReceiveFolderLocked();
@@ -246,7 +250,7 @@ private:
     std::int64_t structure_writes_ = 0;
     std::int64_t value_writes_ = 0;
     std::deque<ValueWrite> recent_writes_;
-    void CountWrites(const SaveRequest& request);
+    void CountWrites(const SaveRequest& request, std::span<const ULONG> removed);
 
     std::recursive_mutex mutex_;  // recursive: a Snapshot holds it around other methods
     struct KnownMessageIds {

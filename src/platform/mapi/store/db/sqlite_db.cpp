@@ -3,6 +3,8 @@
 
 #include <sqlite3.h>
 
+#include "wal_batching_vfs.h"
+
 namespace orvella::platform::mapi::store {
 
 HRESULT HResultFromSqlite(int rc) {
@@ -114,7 +116,7 @@ std::span<const std::uint8_t> Statement::Blob(int column) const {
 
 Database::Database(const std::filesystem::path& file, bool create) : file_(file) {
     int flags = SQLITE_OPEN_READWRITE | SQLITE_OPEN_NOMUTEX | (create ? SQLITE_OPEN_CREATE : 0);
-    int rc = sqlite3_open_v2(file.c_str(), &db_, flags, nullptr);
+    int rc = sqlite3_open_v2(file.c_str(), &db_, flags, WalBatchingVfs());
     if (rc != SQLITE_OK) {
         int code = rc;
         sqlite3_close_v2(db_);

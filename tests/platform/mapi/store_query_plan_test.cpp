@@ -204,8 +204,10 @@ TEST_F(StoreQueryPlanTest, HotQueriesSearchTheirIndexes) {
         std::vector<std::vector<std::string>> plans;
         for (const std::string& sql : StatementsRunBy(c.run)) {
             plans.push_back(PlanOf(sql));
+            // A multi-row VALUES list is scanned, but it is no table.
             for (const std::string& line : plans.back())
-                EXPECT_FALSE(line.starts_with("SCAN")) << sql << "\n  runs as: " << line;
+                EXPECT_FALSE(line.starts_with("SCAN") && !line.ends_with("CONSTANT ROWS"))
+                    << sql << "\n  runs as: " << line;
         }
         for (const std::vector<std::string>& wanted : c.searches) {
             const bool found = std::any_of(plans.begin(), plans.end(), [&](const auto& plan) {

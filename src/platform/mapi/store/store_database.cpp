@@ -269,6 +269,32 @@ std::vector<std::uint8_t> StoreDatabase::LoadRecipients(ObjectId id) {
     return rows;
 }
 
+// A statement writes several values: most of a statement's cost is running one at all.
+void StoreDatabase::WriteValues(ObjectId id, std::span<const SPropValue* const> values) {
+    constexpr std::size_t kPerStatement = 16;
+    static const std::vector<std::string> kWrites = [] {
+        std::vector<std::string> writes(kPerStatement + 1);
+        std::string rows;
+        for (std::size_t n = 1; n <= kPerStatement; ++n) {
+            rows += (n > 1 ? ", (?1, ?" : "(?1, ?") + std::to_string(2 * n) + ", ?" +
+                    std::to_string(2 * n + 1) + ")";
+            writes[n] = "INSERT INTO props(obj, tag, val) VALUES" + rows +
+                        " ON CONFLICT(obj, tag) DO UPDATE SET val = excluded.val";
+        }
+        return writes;
+    }();
+    for (std::size_t at = 0; at < values.size(); at += kPerStatement) {
+        const std::size_t count = std::min(kPerStatement, values.size() - at);
+        Statement& write = db_.Cached(kWrites[count]).Bind(1, id);
+        for (std::size_t i = 0; i < count; ++i) {
+            const int first = 2 * static_cast<int>(i) + 2;
+            write.Bind(first, std::int64_t{values[at + i]->ulPropTag});
+            BindValue(write, first + 1, *values[at + i]);
+        }
+        write.Run();
+    }
+}
+
 void StoreDatabase::NoteTags(std::span<const SPropValue* const> values) {
     for (const SPropValue* value : values) {
         if (known_tags_.count(value->ulPropTag)) continue;
@@ -358,14 +384,7 @@ std::pair<ObjectId, std::int64_t> StoreDatabase::Save(const SaveRequest& request
             .Bind(2, std::int64_t{tag})
             .Run();
     }
-    for (const SPropValue* value : request.set) {
-        Statement& write = db_.Cached(
-            "INSERT INTO props(obj, tag, val) VALUES(?1, ?2, ?3) "
-            "ON CONFLICT(obj, tag) DO UPDATE SET val = excluded.val");
-        write.Bind(1, id).Bind(2, std::int64_t{value->ulPropTag});
-        BindValue(write, 3, *value);
-        write.Run();
-    }
+    WriteValues(id, request.set);
     NoteTags(request.set);
     if (request.recipients) {
         db_.Cached("INSERT OR REPLACE INTO recipients(msg, rows) VALUES(?1, ?2)")

@@ -225,6 +225,7 @@ private:
     std::optional<ObjectInfo> FindLocked(ObjectId id);
     void TouchMembership(ObjectId folder);
     void TouchHierarchy();
+    void WriteValues(ObjectId id, std::span<const SPropValue* const> values);
     void NoteTags(std::span<const SPropValue* const> values);
     // The saved tags of `id` that a value set under another type of the same id replaces.
     std::vector<ULONG> RetypedTags(ObjectId id, std::span<const SPropValue* const> set);

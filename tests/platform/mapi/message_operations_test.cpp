@@ -11,6 +11,8 @@
 #include "mapitags.h"
 #include "mapiutil.h"
 #include "mapix.h"
+#include "profile.h"
+#include "store_database.h"
 #include "store_fixture.h"
 #include "store_test_support.h"
 #include "table_test_rows.h"
@@ -171,7 +173,8 @@ TEST_F(MessageTest, SetAndDeletePropsReportProblemsPerValue) {
 
 // A message opened to write reads its saved values only when first asked for one: what was
 // changed before then must stay over them, and a save without any read must still replace a
-// value saved in another type and still lose to a save made since the message was opened.
+// value saved in another type (by this connection or another) and still lose to a save made
+// since the message was opened.
 TEST_F(MessageTest, ChangesMadeBeforeTheFirstReadStayOverTheSavedValues) {
     const ULONG priority_text = PROP_TAG(PT_STRING8, PROP_ID(PR_PRIORITY));
     struct Case {
@@ -240,6 +243,34 @@ TEST_F(MessageTest, ChangesMadeBeforeTheFirstReadStayOverTheSavedValues) {
     std::vector<std::string> texts;
     ReadTexts(Open(eid, 0).Get(), {PR_SUBJECT_A, PR_IMPORTANCE}, texts);
     EXPECT_EQ(texts, (std::vector<std::string>{"S:Saved", "L:5"}));
+
+    // Another connection saves a value of an id this one never wrote, as text: an unread save
+    // of the same id as a number must still replace it.
+    const ULONG as_text = PROP_TAG(PT_STRING8, 0x6A10), as_number = PROP_TAG(PT_LONG, 0x6A10);
+    {
+        auto parts = orvella::platform::mapi::store::ParseEntryId(
+            static_cast<ULONG>(eid.size()), reinterpret_cast<LPENTRYID>(eid.data()));
+        ASSERT_TRUE(parts);
+        orvella::platform::mapi::store::StoreDatabase other(
+            orvella::platform::mapi::store::ProfileStores("Outlook")[0].file);
+        const SPropValue text = Text(as_text, "from elsewhere");
+        orvella::platform::mapi::store::SaveRequest request;
+        request.id = parts->object;
+        request.force = true;
+        request.set = {&text};
+        other.Save(request);
+    }
+    ComPtr<IMessage> retyping = Open(eid);
+    SPropValue number = Long(as_number, 9);
+    ASSERT_EQ(retyping->SetProps(1, &number, nullptr), S_OK);
+    ASSERT_EQ(retyping->SaveChanges(0), S_OK);
+    ReadTexts(Open(eid, 0).Get(), {PROP_TAG(PT_UNSPECIFIED, 0x6A10)}, texts);
+    EXPECT_EQ(texts, (std::vector<std::string>{"L:9"}));
+    MapiBuffer<SPropTagArray> saved_tags;
+    ASSERT_EQ(Open(eid, 0)->GetPropList(0, &saved_tags), S_OK);
+    EXPECT_EQ(
+        std::count(saved_tags->aulPropTag, saved_tags->aulPropTag + saved_tags->cValues, as_text),
+        0);
 
     ComPtr<IMessage> doomed = Open(eid, 0);
     SBinary bin = {static_cast<ULONG>(eid.size()), eid.data()};

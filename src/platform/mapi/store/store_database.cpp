@@ -245,6 +245,22 @@ PropertyMap StoreDatabase::LoadProperties(ObjectId id) {
 }
 
 std::vector<ULONG> StoreDatabase::RetypedTags(ObjectId id, std::span<const SPropValue* const> set) {
+    // Only an id the store holds under another type can be retyped, and the tags table holds
+    // every tag ever written: most saves need not read the object's tags at all.
+    if (const std::int64_t version = DataVersion(); version != known_tags_version_) {
+        Statement& tags = db_.Cached("SELECT tag FROM tags");
+        while (tags.Step()) known_tags_.insert(static_cast<ULONG>(tags.Int(0)));
+        known_tags_version_ = version;
+    }
+    const bool any = std::any_of(set.begin(), set.end(), [&](const SPropValue* value) {
+        const ULONG first = PROP_TAG(0, PROP_ID(value->ulPropTag));
+        for (auto tag = known_tags_.lower_bound(first);
+             tag != known_tags_.end() && PROP_ID(*tag) == PROP_ID(first); ++tag) {
+            if (*tag != value->ulPropTag) return true;
+        }
+        return false;
+    });
+    if (!any) return {};
     Statement& read = db_.Cached("SELECT tag FROM props WHERE obj = ?1").Bind(1, id);
     std::vector<ULONG> retyped;
     while (read.Step()) {
@@ -314,11 +330,16 @@ void StoreDatabase::CountWrites(const SaveRequest& request, std::span<const ULON
     for (ULONG tag : removed) note(tag);
 }
 
-StoreDatabase::ValuesStamp StoreDatabase::Stamp() {
-    std::lock_guard lock(mutex_);
+std::int64_t StoreDatabase::DataVersion() {
     Statement& version = db_.Cached("PRAGMA data_version");
     const std::int64_t others = version.Step() ? version.Int(0) : 0;
     version.Reset();
+    return others;
+}
+
+StoreDatabase::ValuesStamp StoreDatabase::Stamp() {
+    std::lock_guard lock(mutex_);
+    const std::int64_t others = DataVersion();
     return {others, structure_writes_ + static_cast<std::int64_t>(db_.FailedBulkCommits()),
             value_writes_};
 }

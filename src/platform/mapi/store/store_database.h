@@ -275,6 +275,9 @@ private:
     GUID uid_ = {};
     std::set<ULONG> indexed_tags_;
     std::set<ULONG> known_tags_;  // tags recorded in the tags table
+    // The data version (other connections' commits) at which known_tags_ held every tag there.
+    std::int64_t known_tags_version_ = -1;
+    std::int64_t DataVersion();
     std::int64_t events_recorded_ = 0;
     // Last: destroyed first, so that its thread stops before the connection closes.
     std::unique_ptr<Notifier> notifier_ = std::make_unique<Notifier>();

@@ -1,6 +1,7 @@
 // Saves that share one commit: they reach the file together when the scope ends, and a writer
 // killed before then leaves none of them behind.
 #include <gtest/gtest.h>
+#include <sqlite3.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -10,6 +11,7 @@
 #include "child_process.h"
 #include "durability_fixture.h"
 #include "mapi_shared_commit.h"
+#include "store_database.h"
 
 namespace orvella::testing {
 namespace {
@@ -74,6 +76,45 @@ TEST_F(SharedCommitTest, SavesOfOneScopeLandTogetherOrNotAtAll) {
     EXPECT_EQ(Subjects(), std::vector<std::string>{});
     EXPECT_EQ(WriteAndEnd({"kept one", "kept two"}, true), "exited with 0");
     EXPECT_EQ(Subjects(), (std::vector<std::string>{"kept one", "kept two"}));
+    EXPECT_EQ(CheckStore(), std::vector<std::string>{});
+}
+
+// Saves sharing a commit run without savepoints: one that fails its checks changes nothing,
+// one that fails after writing (here the file's length limit) rolls back the whole shared
+// transaction, and the saves after it share a new one. The file holds no half-saved message.
+TEST_F(SharedCommitTest, ASaveFailingAfterItWroteUndoesItsSharedCommitWhole) {
+    std::vector<BYTE> before = SaveMessage({Text(PR_SUBJECT_A, "before")});
+    auto save_new = [&](const std::string& subject, const std::string& body) {
+        ComPtr<IMessage> message;
+        EXPECT_EQ(inbox_->CreateMessage(nullptr, 0, &message), S_OK);
+        SPropValue values[] = {Text(PR_SUBJECT_A, subject.c_str()), Text(PR_BODY_A, body.c_str())};
+        EXPECT_EQ(message->SetProps(2, values, nullptr), S_OK);
+        return message->SaveChanges(0);
+    };
+    // Sets the store connection's longest value (-1: leaves it); the one before.
+    auto length_limit = [&](int limit) {
+        int before = 0;
+        OpenStoreFile()->WithDatabase([&](platform::mapi::store::Database& db) {
+            before = sqlite3_limit(db.handle(), SQLITE_LIMIT_LENGTH, limit);
+        });
+        return before;
+    };
+    {
+        auto scope = platform::mapi::BeginSharedCommit(store_.Get());
+        EXPECT_EQ(save_new("lost with the failure", "short"), S_OK);
+        ComPtr<IMessage> first = Open(before);
+        ComPtr<IMessage> second = Open(before);
+        SPropValue renamed = Text(PR_SUBJECT_A, "renamed");
+        ASSERT_EQ(first->SetProps(1, &renamed, nullptr), S_OK);
+        ASSERT_EQ(first->SaveChanges(0), S_OK);
+        ASSERT_EQ(second->SetProps(1, &renamed, nullptr), S_OK);
+        EXPECT_EQ(second->SaveChanges(0), MAPI_E_OBJECT_CHANGED);
+        const int limit = length_limit(1000);
+        EXPECT_EQ(save_new("too long", std::string(5000, 'x')), MAPI_E_NOT_ENOUGH_MEMORY);
+        length_limit(limit);
+        EXPECT_EQ(save_new("after the failure", "short"), S_OK);
+    }
+    EXPECT_EQ(Subjects(), (std::vector<std::string>{"before", "after the failure"}));
     EXPECT_EQ(CheckStore(), std::vector<std::string>{});
 }
 

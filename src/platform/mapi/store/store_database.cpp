@@ -362,7 +362,8 @@ bool StoreDatabase::ChangedSince(const ValuesStamp& then, std::span<const ULONG>
 
 std::pair<ObjectId, std::int64_t> StoreDatabase::Save(const SaveRequest& request) {
     std::lock_guard lock(mutex_);
-    Transaction transaction(db_);
+    // Every check below comes before the first write.
+    Transaction transaction(db_, Transaction::Nested::kSharedFate);
     // Read inside the write: no read transaction of its own, and no save can come between.
     std::vector<ULONG> removed = request.removed;
     if (request.retype_unread && request.id != 0) {

@@ -40,33 +40,35 @@ Statement::~Statement() {
     sqlite3_finalize(statement_);
 }
 
-Statement& Statement::Bind(int index, std::int64_t value) {
-    sqlite3_bind_int64(statement_, index, value);
+// A value that cannot be bound (too long, out of memory) fails the statement: run anyway, it
+// would write NULL in its place.
+Statement& Statement::Bound(int rc) {
+    if (rc != SQLITE_OK) db_.Fail(rc, "binding a value");
     return *this;
+}
+
+Statement& Statement::Bind(int index, std::int64_t value) {
+    return Bound(sqlite3_bind_int64(statement_, index, value));
 }
 
 Statement& Statement::Bind(int index, double value) {
-    sqlite3_bind_double(statement_, index, value);
-    return *this;
+    return Bound(sqlite3_bind_double(statement_, index, value));
 }
 
 Statement& Statement::BindText(int index, std::string_view text) {
-    sqlite3_bind_text(statement_, index, text.data(), static_cast<int>(text.size()),
-                      SQLITE_TRANSIENT);
-    return *this;
+    return Bound(sqlite3_bind_text64(statement_, index, text.data(), text.size(), SQLITE_TRANSIENT,
+                                     SQLITE_UTF8));
 }
 
 Statement& Statement::BindBlob(int index, std::span<const std::uint8_t> bytes) {
     // A zero-length blob must stay a blob, not become NULL.
     static const std::uint8_t kEmpty = 0;
-    sqlite3_bind_blob(statement_, index, bytes.empty() ? &kEmpty : bytes.data(),
-                      static_cast<int>(bytes.size()), SQLITE_TRANSIENT);
-    return *this;
+    return Bound(sqlite3_bind_blob64(statement_, index, bytes.empty() ? &kEmpty : bytes.data(),
+                                     bytes.size(), SQLITE_TRANSIENT));
 }
 
 Statement& Statement::BindNull(int index) {
-    sqlite3_bind_null(statement_, index);
-    return *this;
+    return Bound(sqlite3_bind_null(statement_, index));
 }
 
 bool Statement::Step() {
@@ -187,6 +189,13 @@ void Database::BulkWritten() {
     CommitBulk();
 }
 
+void Database::AbandonBulk() {
+    sqlite3_exec(db_, "ROLLBACK", nullptr, nullptr, nullptr);
+    bulk_open_ = false;
+    bulk_writes_ = 0;
+    ++failed_bulk_commits_;
+}
+
 void Database::CommitBulk() {
     bulk_open_ = false;
     bulk_writes_ = 0;
@@ -198,8 +207,9 @@ void Database::CommitBulk() {
     }
 }
 
-Transaction::Transaction(Database& db) : db_(db), savepoint_(db.bulk_depth_ > 0) {
-    if (!savepoint_) {
+Transaction::Transaction(Database& db, Nested nested)
+    : db_(db), bulk_(db.bulk_depth_ > 0), savepoint_(bulk_ && nested == Nested::kSavepoint) {
+    if (!bulk_) {
         db_.Cached("BEGIN IMMEDIATE").Run();
         return;
     }
@@ -207,7 +217,11 @@ Transaction::Transaction(Database& db) : db_(db), savepoint_(db.bulk_depth_ > 0)
         db_.Cached("BEGIN IMMEDIATE").Run();
         db_.bulk_open_ = true;
     }
-    db_.Cached("SAVEPOINT bulk_write").Run();
+    if (savepoint_) {
+        db_.Cached("SAVEPOINT bulk_write").Run();
+    } else {
+        changes_ = sqlite3_total_changes64(db_.handle());
+    }
 }
 
 Transaction::~Transaction() {
@@ -215,15 +229,23 @@ Transaction::~Transaction() {
     if (savepoint_) {
         sqlite3_exec(db_.handle(), "ROLLBACK TO bulk_write; RELEASE bulk_write", nullptr, nullptr,
                      nullptr);
-    } else {
+    } else if (!bulk_) {
         sqlite3_exec(db_.handle(), "ROLLBACK", nullptr, nullptr, nullptr);
+    } else if (sqlite3_total_changes64(db_.handle()) != changes_ ||
+               sqlite3_get_autocommit(db_.handle())) {
+        // Failed after writing, or SQLite rolled the outer transaction back itself.
+        db_.AbandonBulk();
     }
 }
 
 void Transaction::Commit() {
-    db_.Cached(savepoint_ ? "RELEASE bulk_write" : "COMMIT").Run();
+    if (savepoint_) {
+        db_.Cached("RELEASE bulk_write").Run();
+    } else if (!bulk_) {
+        db_.Cached("COMMIT").Run();
+    }
     open_ = false;
-    if (savepoint_) db_.BulkWritten();
+    if (bulk_) db_.BulkWritten();
 }
 
 ReadSnapshot::ReadSnapshot(Database& db)

@@ -67,6 +67,8 @@ public:
     bool IsNull(int column) const;
 
 private:
+    Statement& Bound(int rc);
+
     const Database& db_;
     sqlite3_stmt* statement_ = nullptr;
 };
@@ -104,12 +106,14 @@ public:
     // Whether writes share commits now. Between its shared commits the connection is always in
     // a write transaction, yet what it reads there is what will be committed.
     bool InBulk() const { return bulk_depth_ > 0; }
-    // Counts the shared commits that failed, after which what was read since the last one may
-    // never have been committed.
+    // Counts the shared commits that failed (or were rolled back whole), after which what was
+    // read since the last one may never have been committed.
     std::uint64_t FailedBulkCommits() const { return failed_bulk_commits_; }
 
 private:
     friend class Transaction;
+    // Rolls back the open outer transaction of bulk writing, counted as a failed shared commit.
+    void AbandonBulk();
     // Commits the outer transaction when enough writes have joined it.
     void BulkWritten();
     void CommitBulk();
@@ -127,7 +131,13 @@ private:
 // half-way for another writer (the connection waits for it). Rolls back unless committed.
 class Transaction {
 public:
-    explicit Transaction(Database& db);
+    // During bulk writing a transaction is a savepoint, so that its failure undoes only itself,
+    // at the price of a copy of every page it changes. A writer that makes all its checks before
+    // its first write may share the outer transaction's fate instead: no savepoint, and should
+    // it fail after writing (the file failing: full, unreadable), the whole outer transaction
+    // rolls back, as a crash would have lost it.
+    enum class Nested { kSavepoint, kSharedFate };
+    explicit Transaction(Database& db, Nested nested = Nested::kSavepoint);
     ~Transaction();
     Transaction(const Transaction&) = delete;
     Transaction& operator=(const Transaction&) = delete;
@@ -136,7 +146,9 @@ public:
 private:
     Database& db_;
     bool open_ = true;
-    bool savepoint_ = false;  // inside a bulk write
+    bool bulk_ = false;         // inside a bulk write
+    bool savepoint_ = false;    // inside a bulk write, as a savepoint
+    std::int64_t changes_ = 0;  // the connection's rows changed before, sharing the outer fate
 };
 
 // BEGIN ... COMMIT around a series of reads: one consistent view of the file, and the file's

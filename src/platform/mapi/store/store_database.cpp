@@ -331,10 +331,13 @@ void StoreDatabase::CountWrites(const SaveRequest& request, std::span<const ULON
 }
 
 std::int64_t StoreDatabase::DataVersion() {
+    const std::uint64_t writing = db_.OpenBulkTransaction();
+    if (writing && writing == data_version_read_in_) return data_version_;
     Statement& version = db_.Cached("PRAGMA data_version");
-    const std::int64_t others = version.Step() ? version.Int(0) : 0;
+    data_version_ = version.Step() ? version.Int(0) : 0;
     version.Reset();
-    return others;
+    data_version_read_in_ = writing;
+    return data_version_;
 }
 
 StoreDatabase::ValuesStamp StoreDatabase::Stamp() {
@@ -552,9 +555,14 @@ std::vector<ObjectId> StoreDatabase::CopyMessages(std::span<const ObjectId> ids,
 
 std::int64_t StoreDatabase::MembershipVersion(ObjectId folder) {
     std::lock_guard lock(mutex_);
+    const std::uint64_t writing = db_.OpenBulkTransaction();
+    KnownMembers* known = writing ? &known_members_[folder] : nullptr;
+    if (known && known->transaction == writing && known->structure == structure_writes_)
+        return known->members;
     Statement& read = db_.Cached("SELECT members FROM objects WHERE id = ?1").Bind(1, folder);
     std::int64_t version = read.Step() ? read.Int(0) : -1;
     read.Reset();
+    if (known) *known = {writing, structure_writes_, version};
     return version;
 }
 

@@ -277,7 +277,19 @@ private:
     std::set<ULONG> known_tags_;  // tags recorded in the tags table
     // The data version (other connections' commits) at which known_tags_ held every tag there.
     std::int64_t known_tags_version_ = -1;
+    // SQLite's data version: other connections' commits. Read once per shared write transaction,
+    // as no other connection commits during one.
     std::int64_t DataVersion();
+    std::int64_t data_version_ = 0;
+    std::uint64_t data_version_read_in_ = 0;  // the shared write transaction it was read in
+    // Folders' membership counts read inside the open shared write transaction, until this
+    // process changes what some folder holds.
+    struct KnownMembers {
+        std::uint64_t transaction = 0;
+        std::int64_t structure = 0;  // structure_writes_ then
+        std::int64_t members = 0;
+    };
+    std::map<ObjectId, KnownMembers> known_members_;
     std::int64_t events_recorded_ = 0;
     // Last: destroyed first, so that its thread stops before the connection closes.
     std::unique_ptr<Notifier> notifier_ = std::make_unique<Notifier>();

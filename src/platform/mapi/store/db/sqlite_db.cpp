@@ -175,6 +175,7 @@ void Database::BeginBulk() {
     try {
         Cached("BEGIN IMMEDIATE").Run();
         bulk_open_ = true;
+        ++bulk_transactions_;
     } catch (const StoreFailure&) {
     }
 }
@@ -187,6 +188,11 @@ void Database::EndBulk() {
 void Database::BulkWritten() {
     if (++bulk_writes_ < kBulkWrites) return;
     CommitBulk();
+}
+
+std::uint64_t Database::OpenBulkTransaction() const {
+    // SQLite may have rolled back the transaction after a failure.
+    return bulk_open_ && !sqlite3_get_autocommit(db_) ? bulk_transactions_ : 0;
 }
 
 void Database::AbandonBulk() {
@@ -216,6 +222,7 @@ Transaction::Transaction(Database& db, Nested nested)
     if (!db_.bulk_open_) {
         db_.Cached("BEGIN IMMEDIATE").Run();
         db_.bulk_open_ = true;
+        ++db_.bulk_transactions_;
     }
     if (savepoint_) {
         db_.Cached("SAVEPOINT bulk_write").Run();

@@ -109,6 +109,9 @@ public:
     // Counts the shared commits that failed (or were rolled back whole), after which what was
     // read since the last one may never have been committed.
     std::uint64_t FailedBulkCommits() const { return failed_bulk_commits_; }
+    // The number of the shared write transaction open now, 0 when none is. While one is open
+    // this connection holds the write lock: no other connection commits.
+    std::uint64_t OpenBulkTransaction() const;
 
 private:
     friend class Transaction;
@@ -121,6 +124,7 @@ private:
     int bulk_depth_ = 0;
     int bulk_writes_ = 0;  // in the open outer transaction
     bool bulk_open_ = false;
+    std::uint64_t bulk_transactions_ = 0;  // shared write transactions opened
     std::uint64_t failed_bulk_commits_ = 0;
     std::filesystem::path file_;
     sqlite3* db_ = nullptr;

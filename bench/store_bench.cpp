@@ -2,6 +2,7 @@
 // paging through a whole folder, saving opened messages, and finding a contact by address.
 #include <benchmark/benchmark.h>
 
+#include <chrono>
 #include <exception>
 #include <memory>
 #include <stdexcept>
@@ -116,6 +117,12 @@ void FindRowsLackingAnyOfFive(benchmark::State& state) {
         SRestriction any = {};
         any.rt = RES_OR;
         any.res.resOr = {5, lacks};
+        // The first search creates the five tags' value indexes: measured apart, as they stay.
+        const auto began = std::chrono::steady_clock::now();
+        ContentsTable(box.inbox.Get())->FindRow(&any, BOOKMARK_BEGINNING, 0);
+        state.counters["first_search_ms"] =
+            std::chrono::duration<double, std::milli>(std::chrono::steady_clock::now() - began)
+                .count();
         for (auto _ : state) {
             ComPtr<IMAPITable> table = ContentsTable(box.inbox.Get());
             Check(table->SeekRow(BOOKMARK_BEGINNING, 0, nullptr), "SeekRow");

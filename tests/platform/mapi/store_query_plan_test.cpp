@@ -139,6 +139,18 @@ TEST_F(StoreQueryPlanTest, HotQueriesSearchTheirIndexes) {
     SRestriction by_class = {};
     by_class.rt = RES_CONTENT;
     by_class.res.resContent = {FL_FULLSTRING | FL_IGNORECASE, PR_MESSAGE_CLASS_A, &wanted_class};
+    // Any of two subjects or a thread: each looked up through its index, then each candidate
+    // by its id (not the folder's ids walked in order, each tested against the candidates).
+    SPropValue either[] = {Text(PR_SUBJECT_A, "subject 3"), Text(PR_SUBJECT_A, "subject 250"),
+                           Long(thread_, 7)};
+    SRestriction alternatives[3] = {};
+    for (int i = 0; i < 3; ++i) {
+        alternatives[i].rt = RES_PROPERTY;
+        alternatives[i].res.resProperty = {RELOP_EQ, either[i].ulPropTag, &either[i]};
+    }
+    SRestriction any_of = {};
+    any_of.rt = RES_OR;
+    any_of.res.resOr = {3, alternatives};
     const std::vector<std::string> by_parent = {
         "SEARCH o USING COVERING INDEX objects_by_parent (parent=? AND kind=? AND assoc=?)"};
     const std::vector<std::string> row_values = {
@@ -173,6 +185,10 @@ TEST_F(StoreQueryPlanTest, HotQueriesSearchTheirIndexes) {
            "SEARCH objects USING INTEGER PRIMARY KEY (rowid=?)",
            "SEARCH x USING PRIMARY KEY (obj=? AND tag=?)"},
           row_values}},
+        {"a restricted walk by any of two subjects or a thread",
+         [&] { Walk(any_of, 28); },
+         {{"SEARCH props USING COVERING INDEX value_0037001E (val=?)",
+           "SEARCH props USING COVERING INDEX value_80000003 (val=?)"}}},
         {"a restricted walk by message class",
          [&] { Walk(by_class, 286); },
          {{"SEARCH props USING COVERING INDEX value_001A001E (val=? AND obj>?)",
@@ -204,10 +220,15 @@ TEST_F(StoreQueryPlanTest, HotQueriesSearchTheirIndexes) {
         std::vector<std::vector<std::string>> plans;
         for (const std::string& sql : StatementsRunBy(c.run)) {
             plans.push_back(PlanOf(sql));
-            // A multi-row VALUES list is scanned, but it is no table.
-            for (const std::string& line : plans.back())
+            // A multi-row VALUES list is scanned, but it is no table. Nor may a folder's ids
+            // be walked from a point, each tested against the candidates.
+            for (const std::string& line : plans.back()) {
                 EXPECT_FALSE(line.starts_with("SCAN") && !line.ends_with("CONSTANT ROWS"))
                     << sql << "\n  runs as: " << line;
+                EXPECT_FALSE(line.starts_with("SEARCH objects") &&
+                             line.find("rowid>?") != std::string::npos)
+                    << sql << "\n  runs as: " << line;
+            }
         }
         for (const std::vector<std::string>& wanted : c.searches) {
             const bool found = std::any_of(plans.begin(), plans.end(), [&](const auto& plan) {

@@ -524,13 +524,14 @@ HRESULT FolderRows::Candidates(const SRestriction& restriction, CandidateWindow*
                                     : " AND obj >= ?" + from + " ORDER BY obj") +
                   " LIMIT ?" + limit;
         } else {
+            // Every candidate, whatever the window. Asked for the ids in order from a point,
+            // SQLite may walk the whole folder in id order testing each message against the
+            // candidates, rather than look the candidates up: a window would cost the folder's
+            // size. The ids are sorted here and the window cut from them.
             sql = "SELECT id FROM objects WHERE id IN (" + narrowing +
                   ") AND parent = ?1 AND kind = 3 AND assoc = ?2" + excluded;
-            if (window)
-                sql += (window->backward ? " AND id < ?" + from + " ORDER BY id DESC"
-                                         : " AND id >= ?" + from + " ORDER BY id") +
-                       " LIMIT ?" + limit;
         }
+        const bool whole = window && !single;
         StoreDatabase::ValuesStamp stamp;
         if (keep) stamp = store_->Stamp();  // before the read: a change during it shows later
         const std::size_t read_limit = keep ? std::max(window->limit, kKeptWindow) : 0;
@@ -539,19 +540,32 @@ HRESULT FolderRows::Candidates(const SRestriction& restriction, CandidateWindow*
             query.Bind(1, folder_).Bind(2, std::int64_t{scope_ == Scope::AssociatedMessages});
             for (std::size_t i = 0; i < binds.size(); ++i)
                 BindValue(query, static_cast<int>(i + 3), *binds[i]);
-            if (window)
+            if (window && !whole)
                 query.Bind(at, window->from)
                     .Bind(at + 1, static_cast<std::int64_t>(keep ? read_limit : window->limit));
             std::vector<RowKey> keys;
             while (query.Step()) keys.push_back(query.Int(0));
+            if (whole) std::sort(keys.begin(), keys.end());
             if (keep) {
                 // A multi-valued value of a narrowed tag would change how its rows match.
                 std::vector<ULONG> tags = narrowed;
                 for (ULONG tag : narrowed) tags.push_back(tag | MV_FLAG);
-                known_window_ = KnownWindow{
-                    std::move(key), stamp,           window->from, keys.size() == read_limit,
-                    window->exact,  std::move(tags), keys};
+                known_window_ = KnownWindow{std::move(key),
+                                            stamp,
+                                            whole ? RowKey{0} : window->from,
+                                            !whole && keys.size() == read_limit,
+                                            window->exact,
+                                            std::move(tags),
+                                            keys};
                 SliceKnownWindow(*window, keys);
+            } else if (whole) {
+                // Backward: the nearest candidates before the window's start.
+                const auto end = std::lower_bound(keys.begin(), keys.end(), window->from);
+                const auto begin =
+                    end - std::min<std::ptrdiff_t>(end - keys.begin(),
+                                                   static_cast<std::ptrdiff_t>(window->limit));
+                window->more = begin != keys.begin();
+                keys = std::vector<RowKey>(begin, end);
             } else if (window) {
                 window->more = keys.size() == window->limit;
                 if (window->backward) std::reverse(keys.begin(), keys.end());

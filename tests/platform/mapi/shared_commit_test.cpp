@@ -81,7 +81,8 @@ TEST_F(SharedCommitTest, SavesOfOneScopeLandTogetherOrNotAtAll) {
 
 // Saves sharing a commit run without savepoints: one that fails its checks changes nothing,
 // one that fails after writing (here the file's length limit) rolls back the whole shared
-// transaction, and the saves after it share a new one. The file holds no half-saved message.
+// transaction, tables forget what they read in it, and the saves after it share a new one.
+// The file holds no half-saved message.
 TEST_F(SharedCommitTest, ASaveFailingAfterItWroteUndoesItsSharedCommitWhole) {
     std::vector<BYTE> before = SaveMessage({Text(PR_SUBJECT_A, "before")});
     auto save_new = [&](const std::string& subject, const std::string& body) {
@@ -109,10 +110,14 @@ TEST_F(SharedCommitTest, ASaveFailingAfterItWroteUndoesItsSharedCommitWhole) {
         ASSERT_EQ(first->SaveChanges(0), S_OK);
         ASSERT_EQ(second->SetProps(1, &renamed, nullptr), S_OK);
         EXPECT_EQ(second->SaveChanges(0), MAPI_E_OBJECT_CHANGED);
+        // Read inside the shared transaction: what tables keep of it must go with it.
+        EXPECT_EQ(Subjects(), (std::vector<std::string>{"renamed", "lost with the failure"}));
         const int limit = length_limit(1000);
         EXPECT_EQ(save_new("too long", std::string(5000, 'x')), MAPI_E_NOT_ENOUGH_MEMORY);
         length_limit(limit);
+        // As many messages as when the tables read: the count alone cannot tell them apart.
         EXPECT_EQ(save_new("after the failure", "short"), S_OK);
+        EXPECT_EQ(Subjects(), (std::vector<std::string>{"before", "after the failure"}));
     }
     EXPECT_EQ(Subjects(), (std::vector<std::string>{"before", "after the failure"}));
     EXPECT_EQ(CheckStore(), std::vector<std::string>{});

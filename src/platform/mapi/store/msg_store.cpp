@@ -146,7 +146,7 @@ HRESULT OpenStoreEntry(const std::shared_ptr<StoreDatabase>& store, ULONG cb,
                        LPUNKNOWN* out) {
     if (!out) return MAPI_E_INVALID_PARAMETER;
     *out = nullptr;
-    StoreDatabase::Snapshot snapshot(*store);  // the object and its properties in one read
+    // One statement finds the object: its values are read at their first use.
     ObjectId id = 0;
     if (!entry_id || cb == 0) {
         auto roots = store->Children(kStoreObject, EntryKind::Folder, false);

@@ -69,14 +69,12 @@ bool ObjectProperties::IsComputed(ULONG tag) const {
 
 HRESULT ObjectProperties::ValueFor(ULONG tag, void* parent, SPropValue& out) {
     if (IsComputed(tag)) {
-        if (hooks_.Compute(tag, parent, out) &&
-            (PROP_TYPE(tag) == PT_UNSPECIFIED || out.ulPropTag == tag))
-            return S_OK;
+        if (hooks_.Compute(tag, parent, out) && TagNames(tag, out.ulPropTag)) return S_OK;
         ErrorValue(tag, MAPI_E_NOT_FOUND, out);
         return MAPI_W_ERRORS_RETURNED;
     }
     const SPropValue* value = Current(PROP_ID(tag));
-    if (!value || (PROP_TYPE(tag) != PT_UNSPECIFIED && value->ulPropTag != tag)) {
+    if (!value || !TagNames(tag, value->ulPropTag)) {
         ErrorValue(tag, MAPI_E_NOT_FOUND, out);
         return MAPI_W_ERRORS_RETURNED;
     }
@@ -189,8 +187,7 @@ HRESULT ObjectProperties::DeleteProps(LPSPropTagArray tags, LPSPropProblemArray*
                 continue;
             }
             auto value = values_.find(PROP_ID(tag));
-            if (value == values_.end() ||
-                (PROP_TYPE(tag) != PT_UNSPECIFIED && value->second->ulPropTag != tag)) {
+            if (value == values_.end() || !TagNames(tag, value->second->ulPropTag)) {
                 found.push_back({i, tag, MAPI_E_NOT_FOUND});
                 continue;
             }

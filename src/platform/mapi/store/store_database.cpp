@@ -168,9 +168,13 @@ void StoreDatabase::LoadSchemaState() {
     Statement& indexes = db_.Cached("SELECT tag FROM value_indexes");
     while (indexes.Step()) indexed_tags_.insert(static_cast<ULONG>(indexes.Int(0)));
     indexes.Reset();
+    LoadKnownTags();
+}
+
+void StoreDatabase::LoadKnownTags() {
     Statement& tags = db_.Cached("SELECT tag FROM tags");
     while (tags.Step()) known_tags_.insert(static_cast<ULONG>(tags.Int(0)));
-    tags.Reset();
+    known_tags_version_ = DataVersion();
 }
 
 StoreDatabase::BulkWriting::BulkWriting(std::shared_ptr<StoreDatabase> store)
@@ -247,11 +251,7 @@ PropertyMap StoreDatabase::LoadProperties(ObjectId id) {
 std::vector<ULONG> StoreDatabase::RetypedTags(ObjectId id, std::span<const SPropValue* const> set) {
     // Only an id the store holds under another type can be retyped, and the tags table holds
     // every tag ever written: most saves need not read the object's tags at all.
-    if (const std::int64_t version = DataVersion(); version != known_tags_version_) {
-        Statement& tags = db_.Cached("SELECT tag FROM tags");
-        while (tags.Step()) known_tags_.insert(static_cast<ULONG>(tags.Int(0)));
-        known_tags_version_ = version;
-    }
+    if (DataVersion() != known_tags_version_) LoadKnownTags();
     const bool any = std::any_of(set.begin(), set.end(), [&](const SPropValue* value) {
         const ULONG first = PROP_TAG(0, PROP_ID(value->ulPropTag));
         for (auto tag = known_tags_.lower_bound(first);

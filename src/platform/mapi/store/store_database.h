@@ -277,6 +277,8 @@ private:
     std::set<ULONG> known_tags_;  // tags recorded in the tags table
     // The data version (other connections' commits) at which known_tags_ held every tag there.
     std::int64_t known_tags_version_ = -1;
+    // Adds the tags table's tags to known_tags_, as of the data version now.
+    void LoadKnownTags();
     // SQLite's data version: other connections' commits. Read once per shared write transaction,
     // as no other connection commits during one.
     std::int64_t DataVersion();

@@ -20,12 +20,14 @@ HRESULT ReportProblems(const std::vector<SPropProblem>& found, LPSPropProblemArr
     return S_OK;
 }
 
+bool TagNames(ULONG asked, ULONG held) {
+    return asked == held || (PROP_TYPE(asked) == PT_UNSPECIFIED && PROP_ID(asked) == PROP_ID(held));
+}
+
 bool TagListed(LPSPropTagArray tags, ULONG tag) {
     if (!tags) return false;
-    return std::any_of(tags->aulPropTag, tags->aulPropTag + tags->cValues, [&](ULONG listed) {
-        return listed == tag ||
-               (PROP_TYPE(listed) == PT_UNSPECIFIED && PROP_ID(listed) == PROP_ID(tag));
-    });
+    return std::any_of(tags->aulPropTag, tags->aulPropTag + tags->cValues,
+                       [&](ULONG listed) { return TagNames(listed, tag); });
 }
 
 }  // namespace orvella::platform::mapi

@@ -13,6 +13,7 @@ namespace orvella::platform::ole {
 
 using mapi::ReportProblems;
 using mapi::TagListed;
+using mapi::TagNames;
 
 HRESULT PropertyBag::GetProps(LPSPropTagArray tags, ULONG* count, LPSPropValue* values) const {
     if (!count || !values) return MAPI_E_INVALID_PARAMETER;
@@ -33,7 +34,7 @@ HRESULT PropertyBag::GetProps(LPSPropTagArray tags, ULONG* count, LPSPropValue* 
         SPropValue& slot = out[i];
         slot = {};
         const SPropValue* value = Find(PROP_ID(wanted[i]));
-        if (!value || (PROP_TYPE(wanted[i]) != PT_UNSPECIFIED && value->ulPropTag != wanted[i])) {
+        if (!value || !TagNames(wanted[i], value->ulPropTag)) {
             slot.ulPropTag = PROP_TAG(PT_ERROR, PROP_ID(wanted[i]));
             slot.Value.err = MAPI_E_NOT_FOUND;
             result = MAPI_W_ERRORS_RETURNED;
@@ -94,8 +95,7 @@ HRESULT PropertyBag::DeleteProps(LPSPropTagArray tags, LPSPropProblemArray* prob
     for (ULONG i = 0; i < tags->cValues; ++i) {
         const ULONG tag = tags->aulPropTag[i];
         auto value = values_.find(PROP_ID(tag));
-        if (value == values_.end() ||
-            (PROP_TYPE(tag) != PT_UNSPECIFIED && value->second->ulPropTag != tag)) {
+        if (value == values_.end() || !TagNames(tag, value->second->ulPropTag)) {
             found.push_back({i, tag, MAPI_E_NOT_FOUND});
             continue;
         }

@@ -173,11 +173,15 @@ void Database::BeginBulk() {
     // it (a search, the objects opened to write) share it instead of taking a read lock each.
     // Busy: the first save tries again and reports the failure.
     try {
-        Cached("BEGIN IMMEDIATE").Run();
-        bulk_open_ = true;
-        ++bulk_transactions_;
+        OpenBulk();
     } catch (const StoreFailure&) {
     }
+}
+
+void Database::OpenBulk() {
+    Cached("BEGIN IMMEDIATE").Run();
+    bulk_open_ = true;
+    ++bulk_transactions_;
 }
 
 void Database::EndBulk() {
@@ -219,11 +223,7 @@ Transaction::Transaction(Database& db, Nested nested)
         db_.Cached("BEGIN IMMEDIATE").Run();
         return;
     }
-    if (!db_.bulk_open_) {
-        db_.Cached("BEGIN IMMEDIATE").Run();
-        db_.bulk_open_ = true;
-        ++db_.bulk_transactions_;
-    }
+    if (!db_.bulk_open_) db_.OpenBulk();
     if (savepoint_) {
         db_.Cached("SAVEPOINT bulk_write").Run();
     } else {

@@ -115,6 +115,8 @@ public:
 
 private:
     friend class Transaction;
+    // Opens the outer transaction of bulk writing.
+    void OpenBulk();
     // Rolls back the open outer transaction of bulk writing, counted as a failed shared commit.
     void AbandonBulk();
     // Commits the outer transaction when enough writes have joined it.

@@ -257,6 +257,37 @@ TEST_F(TableRestrictionTest, WalksForWhatLacksAPropertyFindEveryMatchAcrossManyW
     EXPECT_EQ(found, std::vector<LONG>(lacking.rbegin(), lacking.rend()));
 }
 
+// An equality on a number is answered through the value's index until the store holds a
+// multi-valued form of the property, which the index does not hold: a message given one
+// through another connection to the file is found by the next search here.
+TEST_F(TableRestrictionTest, AMultiValuedFormWrittenElsewhereIsFoundByTheNextEquality) {
+    const ULONG label = NamedLong("Label");
+    std::vector<t::EntryId> saved;
+    for (LONG serial = 0; serial < 12; ++serial) {
+        std::vector<SPropValue> values = {values_.Long(t::kSerial, serial)};
+        if (serial < 10) values.push_back(values_.Long(label, serial % 3));
+        saved.push_back(SaveMessage(values));
+    }
+    const SRestriction labelled = built_.Property(RELOP_EQ, values_.Long(label, 1));
+    ASSERT_EQ(Restricted(labelled), (std::vector<LONG>{1, 4, 7}));
+    ASSERT_EQ(Found(labelled), (std::vector<LONG>{1, 4, 7}));
+
+    auto parts = orvella::platform::mapi::store::ParseEntryId(
+        static_cast<ULONG>(saved[11].size()), reinterpret_cast<LPENTRYID>(saved[11].data()));
+    ASSERT_TRUE(parts);
+    orvella::platform::mapi::store::StoreDatabase other(
+        orvella::platform::mapi::store::ProfileStores("Outlook")[0].file);
+    const SPropValue labels = values_.LongList(PROP_TAG(PT_MV_LONG, PROP_ID(label)), {5, 1});
+    orvella::platform::mapi::store::SaveRequest request;
+    request.id = parts->object;
+    request.force = true;
+    request.set = {&labels};
+    other.Save(request);
+
+    EXPECT_EQ(Restricted(labelled), (std::vector<LONG>{1, 4, 7, 11}));
+    EXPECT_EQ(Found(labelled), (std::vector<LONG>{1, 4, 7, 11}));
+}
+
 // A walk keeps what it learnt of the candidates ahead of its cursor only while nothing it
 // depends on changes: values changed ahead of the cursor between its steps, here or through
 // another connection to the file, are found (or left out) as they now are.

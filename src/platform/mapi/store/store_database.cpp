@@ -766,13 +766,10 @@ bool StoreDatabase::HasValueIndex(ULONG tag) {
 
 bool StoreDatabase::TagInUse(ULONG tag) {
     std::lock_guard lock(mutex_);
-    if (known_tags_.count(tag)) return true;
-    // Another process may have written it.
-    Statement& read = db_.Cached("SELECT 1 FROM tags WHERE tag = ?1").Bind(1, std::int64_t{tag});
-    bool used = read.Step();
-    read.Reset();
-    if (used) known_tags_.insert(tag);
-    return used;
+    // Most tags asked about were never written (a multi-valued twin): no read for them either
+    // while no other connection has committed.
+    if (DataVersion() != known_tags_version_) LoadKnownTags();
+    return known_tags_.count(tag) != 0;
 }
 
 std::vector<std::string> StoreDatabase::Check() {

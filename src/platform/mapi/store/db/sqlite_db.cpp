@@ -136,10 +136,11 @@ Database::~Database() {
     sqlite3_close_v2(db_);
 }
 
-Statement& Database::Cached(const std::string& sql) {
+Statement& Database::Cached(std::string_view sql) {
     auto found = statements_.find(sql);
     if (found == statements_.end())
-        found = statements_.emplace(sql, std::make_unique<Statement>(*this, sql)).first;
+        found =
+            statements_.emplace(std::string(sql), std::make_unique<Statement>(*this, sql)).first;
     found->second->Reset();
     return *found->second;
 }

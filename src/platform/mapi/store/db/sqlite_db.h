@@ -4,12 +4,13 @@
 
 #include <cstdint>
 #include <filesystem>
-#include <map>
+#include <functional>
 #include <memory>
 #include <span>
 #include <stdexcept>
 #include <string>
 #include <string_view>
+#include <unordered_map>
 
 #include "mapicode.h"
 
@@ -84,7 +85,7 @@ public:
 
     // A cached statement for this SQL text, reset and ready to bind. Valid until the
     // connection closes; not re-entrant: finish with one use before asking for it again.
-    Statement& Cached(const std::string& sql);
+    Statement& Cached(std::string_view sql);
     // Runs one or more statements without results.
     void Exec(const char* sql);
     std::int64_t LastInsertId() const;
@@ -130,7 +131,12 @@ private:
     std::uint64_t failed_bulk_commits_ = 0;
     std::filesystem::path file_;
     sqlite3* db_ = nullptr;
-    std::map<std::string, std::unique_ptr<Statement>> statements_;
+    // Found by the text as given, without copying it: statements run many times per save.
+    struct SqlHash : std::hash<std::string_view> {
+        using is_transparent = void;
+    };
+    std::unordered_map<std::string, std::unique_ptr<Statement>, SqlHash, std::equal_to<>>
+        statements_;
 };
 
 // BEGIN IMMEDIATE ... COMMIT: the writer lock is taken up front, so a transaction never fails

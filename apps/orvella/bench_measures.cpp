@@ -85,15 +85,15 @@ fs::path SetUpOwner(const BenchMailbox& mailbox, const fs::path& home, std::stri
         const host::generator::GeneratedMailbox generated =
             host::generator::GenerateMailbox({mailbox.messages, mailbox.seed}, directory);
         owner = generated.own_addresses.front();
-        RunQuietly(InitLine(generated));
+        RunQuietly(InitCommand(generated));
         for (const host::generator::GeneratedContact& contact : generated.contacts)
-            RunQuietly(ContactLine(contact));
+            RunQuietly(ContactCommand(contact));
         return directory;
     }
     owner = mail::GuessOwnerAddress(mailbox.directory);
     if (owner.empty())
         throw CommandError("no sent mail in " + mailbox.directory.string() + " names its owner");
-    RunQuietly("init --address " + Quoted(owner));
+    RunQuietly({"init", "--address", owner});
     return mailbox.directory;
 }
 

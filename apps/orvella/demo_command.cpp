@@ -25,10 +25,10 @@ struct DemoOptions {
 
 void AddContacts(const std::vector<generator::GeneratedContact>& contacts) {
     if (contacts.empty()) return;
-    Run(ContactLine(contacts.front()));
+    Run(ContactCommand(contacts.front()));
     std::set<std::string> folders;
     for (std::size_t i = 1; i < contacts.size(); ++i) {
-        RunQuietly(ContactLine(contacts[i]));
+        RunQuietly(ContactCommand(contacts[i]));
         if (!contacts[i].folder.empty()) folders.insert(contacts[i].folder);
     }
     std::printf("... and %zu contacts more, every priority from Junk to Very High",
@@ -51,18 +51,20 @@ void Demo(const DemoOptions& options) {
                 mailbox.own_addresses.front().c_str(), mailbox.inbox_messages,
                 mailbox.sent_messages, mailbox.contacts.size());
 
-    Run(InitLine(mailbox));
+    Run(InitCommand(mailbox));
     AddContacts(mailbox.contacts);
-    Run("import " + Quoted(mail.string()) + " --tree");
-    Run("process");
-    Run("inbox --order day --limit 20");
-    Run("stats");
+    Run({"import", mail.string(), "--tree"});
+    Run({"process"});
+    Run({"inbox", "--order", "day", "--limit", "20"});
+    Run({"stats"});
     if (const std::string top = TopScoredInboxMessage(); !top.empty()) {
         std::printf("\nWhy the highest-scored message ranks first:");
-        Run("explain " + top);
+        Run({"explain", top});
     }
     const double seconds =
         std::chrono::duration<double>(std::chrono::steady_clock::now() - started).count();
+    // As typed into a shell: a pasted `rm -rf` must not split a path with spaces in two.
+    const std::string typed = ShellLine({home.string()});
     std::printf(
         "\nDone in %.1f s. The demo's home stays in %s; to look around in it:\n"
         "  export ORVELLA_HOME=%s\n"
@@ -72,7 +74,7 @@ void Demo(const DemoOptions& options) {
         "  orvella contact set ADDRESS --priority High && orvella process --all\n"
         "  orvella threads                        # the conversation threads\n"
         "Remove it with: rm -rf %s\n",
-        seconds, home.c_str(), home.c_str(), home.c_str());
+        seconds, home.c_str(), typed.c_str(), typed.c_str());
 }
 
 }  // namespace

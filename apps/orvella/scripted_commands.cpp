@@ -36,28 +36,39 @@ void UseHome(const fs::path& home) {
     setenv("ORVELLA_HOME", home.c_str(), 1);
 }
 
-std::string Quoted(const std::string& word) {
-    if (word.find('\'') == std::string::npos) return "'" + word + "'";
-    if (word.find_first_of("\"$`\\!") == std::string::npos) return '"' + word + '"';
-    std::string escaped;
-    for (char c : word) escaped += c == '\'' ? std::string("\\'") : std::string(1, c);
-    return "'" + escaped + "'";
+std::string ShellLine(const CommandWords& words) {
+    static const std::string kPlain =
+        "abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ0123456789@%+=:,./_-";
+    std::string line;
+    for (const std::string& word : words) {
+        if (!line.empty()) line += ' ';
+        if (!word.empty() && word.find_first_not_of(kPlain) == std::string::npos) {
+            line += word;
+            continue;
+        }
+        // Within single quotes a shell takes every character as it is but the quote itself,
+        // which ends the quoted part, comes escaped, and opens the next.
+        line += '\'';
+        for (char c : word) line += c == '\'' ? std::string("'\\''") : std::string(1, c);
+        line += '\'';
+    }
+    return line;
 }
 
-void Execute(const std::string& line) {
+void Execute(const CommandWords& words) {
     CLI::App command{"", "orvella"};
     AddAllCommands(command);
-    command.parse(line, false);
+    command.parse(CommandWords(words.rbegin(), words.rend()));  // CLI11 takes them last first
     std::fflush(stdout);
 }
 
-void Run(const std::string& line) {
-    std::printf("\n$ orvella %s\n", line.c_str());
+void Run(const CommandWords& words) {
+    std::printf("\n$ orvella %s\n", ShellLine(words).c_str());
     std::fflush(stdout);
-    Execute(line);
+    Execute(words);
 }
 
-void RunQuietly(const std::string& line) {
+void RunQuietly(const CommandWords& words) {
     std::fflush(stdout);
     std::FILE* null = std::fopen("/dev/null", "we");
     if (!null) throw CommandError("cannot silence a command");
@@ -76,22 +87,23 @@ void RunQuietly(const std::string& line) {
             close(saved);
         }
     } restore{saved};
-    Execute(line);
+    Execute(words);
 }
 
-std::string InitLine(const host::generator::GeneratedMailbox& mailbox) {
-    std::string line = "init";
+CommandWords InitCommand(const host::generator::GeneratedMailbox& mailbox) {
+    CommandWords words = {"init"};
     for (const std::string& address : mailbox.own_addresses)
-        line += " --address " + Quoted(address);
-    return line;
+        words.insert(words.end(), {"--address", address});
+    return words;
 }
 
-std::string ContactLine(const host::generator::GeneratedContact& contact) {
-    std::string line = "contact add --name " + Quoted(contact.name);
-    for (const std::string& address : contact.addresses) line += " --email " + Quoted(address);
-    line += " --priority " + Quoted(ContactPriorityText(contact.priority));
-    if (!contact.folder.empty()) line += " --folder " + Quoted(contact.folder);
-    return line;
+CommandWords ContactCommand(const host::generator::GeneratedContact& contact) {
+    CommandWords words = {"contact", "add", "--name", contact.name};
+    for (const std::string& address : contact.addresses)
+        words.insert(words.end(), {"--email", address});
+    words.insert(words.end(), {"--priority", ContactPriorityText(contact.priority)});
+    if (!contact.folder.empty()) words.insert(words.end(), {"--folder", contact.folder});
+    return words;
 }
 
 }  // namespace orvella::cli

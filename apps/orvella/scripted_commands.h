@@ -4,6 +4,7 @@
 
 #include <filesystem>
 #include <string>
+#include <vector>
 
 #include "mailbox_generator.h"
 
@@ -16,22 +17,25 @@ std::filesystem::path FreshHome(const std::string& asked, const std::string& pre
 // Makes `home` the home of this process (and of the commands it starts).
 void UseHome(const std::filesystem::path& home);
 
-// One word of a command line, quoted so that a shell and Execute both read it back whole:
-// 'Ann Lee', "Dan O'Brien"; a word a shell could not take quoted so is escaped for Execute.
-std::string Quoted(const std::string& word);
+// A command as the words a person types after "orvella", each one whole: run from here, no
+// word is ever split or unquoted again.
+using CommandWords = std::vector<std::string>;
 
-// Runs a command line (without the program's name) here, as orvella would.
-void Execute(const std::string& line);
+// The words as a person would type them into a shell: plain words as they are, any other in
+// single quotes, so that the shown line can be pasted and does the same.
+std::string ShellLine(const CommandWords& words);
+
+// Runs a command here, as orvella would.
+void Execute(const CommandWords& words);
 
 // Shows a command as a person would type it, then runs it.
-void Run(const std::string& line);
+void Run(const CommandWords& words);
 
 // Runs a command without its output (the caller says what it did instead).
-void RunQuietly(const std::string& line);
+void RunQuietly(const CommandWords& words);
 
-// The command lines that set a generated mailbox's owner up: `init` with every own address,
-// and a `contact add` for a contact.
-std::string InitLine(const host::generator::GeneratedMailbox& mailbox);
-std::string ContactLine(const host::generator::GeneratedContact& contact);
+// The commands that install a generated mailbox's owner and add one of its contacts.
+CommandWords InitCommand(const host::generator::GeneratedMailbox& mailbox);
+CommandWords ContactCommand(const host::generator::GeneratedContact& contact);
 
 }  // namespace orvella::cli

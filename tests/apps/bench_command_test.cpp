@@ -69,6 +69,30 @@ TEST_F(BenchCommandTest, MeasuresAGeneratedMailboxAndRemovesItsHome) {
     EXPECT_TRUE(TempIsEmpty());
 }
 
+// --keep leaves each measured home in place, as the runs left it: a home to look around in.
+TEST_F(BenchCommandTest, AKeptHomeIsLeftAsTheRunsLeftItAndServesOrvella) {
+    const CommandResult run =
+        Orvella(home_, "bench --messages 200 --seed 5 --no-corpus --keep --json");
+    ASSERT_EQ(run.status, 0) << run.output;
+    const std::string said = "generated: kept in ";
+    const std::size_t at = run.output.find(said);
+    ASSERT_NE(at, std::string::npos) << run.output;
+    const fs::path kept =
+        run.output.substr(at + said.size(), run.output.find('\n', at) - at - said.size());
+    EXPECT_EQ(kept.parent_path(), temp_);
+    const nlohmann::json result = nlohmann::json::parse(run.output.substr(run.output.rfind("\n{")));
+    const int inbox = result["mailboxes"][0]["inbox"];
+
+    // The Inbox is whole and prioritized: the mail delivered again for the latency figures too.
+    const CommandResult listed = Orvella(kept, "inbox --json");
+    ASSERT_EQ(listed.status, 0) << listed.output;
+    const nlohmann::json messages = nlohmann::json::parse(listed.output);
+    EXPECT_EQ(messages.size(), 2u * static_cast<std::size_t>(inbox));
+    for (const nlohmann::json& message : messages) EXPECT_FALSE(message["score"].is_null());
+    const CommandResult check = Orvella(kept, "store check");
+    EXPECT_EQ(check.status, 0) << check.output;
+}
+
 TEST_F(BenchCommandTest, AMailboxWhoseOwnerIsUnknownFailsAloneAndTheOthersAreMeasured) {
     const fs::path corpus = home_.path() / "corpus";
     WriteMail(corpus / "ann" / "sent" / "1.", "ann@example.org", "plans");

@@ -6,6 +6,7 @@
 #include <fstream>
 #include <nlohmann/json.hpp>
 #include <string>
+#include <vector>
 
 #include "run_orvella.h"
 
@@ -51,6 +52,40 @@ TEST(DemoCommandTest, ContactsWhoseNamesHoldQuotesAreAddedAsGenerated) {
     CommandResult contacts = Orvella(home, "contact list");
     ASSERT_EQ(contacts.status, 0) << contacts.output;
     EXPECT_NE(contacts.output.find("Łukasz O'Brien "), std::string::npos) << contacts.output;
+}
+
+// What follows `lead` on the output's first line holding it; empty when none does.
+std::string AfterLead(const std::string& output, const std::string& lead) {
+    const std::size_t at = output.find(lead);
+    if (at == std::string::npos) return {};
+    const std::size_t from = at + lead.size();
+    return output.substr(from, output.find('\n', from) - from);
+}
+
+// Every command the demo shows can be pasted into a shell and gives orvella the words the demo
+// ran, whatever the home's path holds; so does the removal it suggests.
+TEST(DemoCommandTest, ShownCommandsGiveAShellTheWordsTheDemoRan) {
+    TempHome home;
+    const fs::path demo = home.path() / "Ann's mail, $HOME `id` \"x\" \\";
+    CommandResult run =
+        Orvella(home, "demo --messages 100 --seed 23 --home " + ShellWord(demo.string()));
+    ASSERT_EQ(run.status, 0) << run.output;
+    struct Case {
+        const char* lead;                // the shown line up to the words read back
+        std::vector<std::string> words;  // what a shell makes of the rest of the line
+    };
+    const Case cases[] = {
+        {"$ orvella import ", {(demo / "generated-mail").string(), "--tree"}},
+        {"$ orvella inbox ", {"--order", "day", "--limit", "20"}},
+        {"export ORVELLA_HOME=", {demo.string()}},
+        {"rm -rf ", {demo.string()}},
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.lead);
+        const std::string shown = AfterLead(run.output, c.lead);
+        ASSERT_FALSE(shown.empty()) << run.output;
+        EXPECT_EQ(ShellWords(shown), c.words);
+    }
 }
 
 TEST(DemoCommandTest, RefusesAHomeThatIsNotEmptyAndLeavesItAlone) {

@@ -23,10 +23,6 @@ namespace fs = std::filesystem;
 using platform::mapi::ComPtr;
 using platform::mapi::RowSetPtr;
 
-std::string Quoted(const std::string& word) {
-    return "'" + word + "'";
-}
-
 // What an Inbox message shows of processing; the markers are absent until it is processed.
 struct InboxMessage {
     std::string messageClass;
@@ -188,12 +184,12 @@ TEST_P(EnronEndToEnd, ImportedMailIsAllProcessedAndEveryThreadShowsItsAverage) {
     const std::string owner = host::mail::GuessOwnerAddress(mailbox);
     ASSERT_FALSE(owner.empty()) << "no sent mail in " << mailbox;
 
-    const CommandResult init = Orvella(home_, "init --address " + Quoted(owner));
+    const CommandResult init = Orvella(home_, "init --address " + ShellWord(owner));
     ASSERT_EQ(init.status, 0) << init.output;
     Logon();
 
     const nlohmann::json imported =
-        RunJson("import " + Quoted(mailbox.string()) + " --tree --json");
+        RunJson("import " + ShellWord(mailbox.string()) + " --tree --json");
     size_t inboxCount = 0;
     for (const auto& folder : imported.value("folders", nlohmann::json::array()))
         if (folder["folder"] == "Inbox") inboxCount = folder["imported"].get<size_t>();

@@ -5,12 +5,13 @@
 
 #include <array>
 #include <cstdio>
+#include <sstream>
 
 namespace orvella::testing {
 
-CommandResult Orvella(const TempHome& home, const std::string& args) {
-    const std::string command =
-        std::string(ORVELLA_BINARY) + " --home '" + home.path().string() + "' " + args + " 2>&1";
+namespace {
+
+CommandResult Output(const std::string& command) {
     FILE* pipe = popen(command.c_str(), "r");
     CommandResult run{-1, {}};
     if (!pipe) return run;
@@ -21,6 +22,30 @@ CommandResult Orvella(const TempHome& home, const std::string& args) {
     const int raw = pclose(pipe);
     run.status = WIFEXITED(raw) ? WEXITSTATUS(raw) : -1;
     return run;
+}
+
+}  // namespace
+
+CommandResult Orvella(const TempHome& home, const std::string& args) {
+    return Orvella(home.path(), args);
+}
+
+CommandResult Orvella(const std::filesystem::path& home, const std::string& args) {
+    return Output(std::string(ORVELLA_BINARY) + " --home " + ShellWord(home.string()) + " " + args +
+                  " 2>&1");
+}
+
+std::string ShellWord(const std::string& word) {
+    std::string quoted = "'";
+    for (char c : word) quoted += c == '\'' ? std::string("'\\''") : std::string(1, c);
+    return quoted + "'";
+}
+
+std::vector<std::string> ShellWords(const std::string& line) {
+    std::istringstream printed(Output("printf '%s\\n' " + line).output);
+    std::vector<std::string> words;
+    for (std::string word; std::getline(printed, word);) words.push_back(word);
+    return words;
 }
 
 }  // namespace orvella::testing

@@ -1,7 +1,9 @@
 // Runs the orvella program as a user runs it, against a test's temporary home.
 #pragma once
 
+#include <filesystem>
 #include <string>
+#include <vector>
 
 #include "temp_home.h"
 
@@ -14,5 +16,12 @@ struct CommandResult {
 
 // `orvella --home <home> <args>` through the shell; args are shell words, quoted by the caller.
 CommandResult Orvella(const TempHome& home, const std::string& args);
+CommandResult Orvella(const std::filesystem::path& home, const std::string& args);
+
+// One shell word that the shell reads back as `word`, whatever it holds.
+std::string ShellWord(const std::string& word);
+
+// The words a shell makes of `line` (none of them may hold a line break).
+std::vector<std::string> ShellWords(const std::string& line);
 
 }  // namespace orvella::testing

@@ -11,6 +11,7 @@
 #include <string>
 #include <vector>
 
+#include "corpus_location.h"
 #include "mail_import.h"
 #include "mailbox_generator.h"
 #include "mapi_ptr.h"
@@ -28,6 +29,7 @@ using orvella::platform::mapi::ComPtr;
 using orvella::platform::mapi::MapiBuffer;
 using orvella::platform::mapi::RowSetPtr;
 namespace store = orvella::platform::mapi::store;
+using orvella::testing::EnronCorpus;
 
 void Check(HRESULT result, const char* what) {
     if (FAILED(result)) throw std::runtime_error(std::string(what) + " failed");
@@ -105,11 +107,6 @@ BENCHMARK(BM_ImportGeneratedMailbox)
     ->Iterations(1)
     ->Unit(benchmark::kMillisecond)
     ->UseRealTime();
-
-fs::path EnronCorpus() {
-    const char* set = std::getenv("ORVELLA_CORPUS");
-    return fs::path(set ? set : ORVELLA_CORPUS) / "enron";
-}
 
 // Every Enron mailbox with --tree, one after the other into one store.
 void BM_ImportEnronCorpus(benchmark::State& state) {

@@ -1,6 +1,5 @@
-// The Enron mailboxes the real-mail tests read: where the corpus is ($ORVELLA_CORPUS, else the
-// path the test target is built with), its mailboxes, and which of them a run covers: presto-k,
-// the small one, unless ORVELLA_FULL_CORPUS is set.
+// The Enron mailboxes the real-mail tests read, and which of them a run covers: presto-k, the
+// small one, unless ORVELLA_FULL_CORPUS is set.
 #pragma once
 
 #include <algorithm>
@@ -11,12 +10,9 @@
 
 #include <gtest/gtest.h>
 
-namespace orvella::testing {
+#include "corpus_location.h"
 
-inline std::filesystem::path EnronCorpus() {
-    const char* set = std::getenv("ORVELLA_CORPUS");
-    return std::filesystem::path(set ? set : ORVELLA_CORPUS) / "enron";
-}
+namespace orvella::testing {
 
 inline const std::vector<std::string>& EnronMailboxes() {
     static const std::vector<std::string> mailboxes = {"allen-p",  "buy-r",   "grigsby-m",

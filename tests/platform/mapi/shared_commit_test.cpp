@@ -123,5 +123,58 @@ TEST_F(SharedCommitTest, ASaveFailingAfterItWroteUndoesItsSharedCommitWhole) {
     EXPECT_EQ(CheckStore(), std::vector<std::string>{});
 }
 
+// A walk keeps the candidates it read ahead of its cursor. Read inside a shared transaction
+// that a failing save then rolls back, they are forgotten: the walk finds what the file holds,
+// though the failing save changed nothing the walk looks at (another value, behind it).
+TEST_F(SharedCommitTest, AWalkForgetsWhatItReadInASharedCommitThatWasRolledBack) {
+    const ULONG thread = NamedLong("Thread");
+    std::vector<std::vector<BYTE>> saved;
+    for (LONG serial = 0; serial < 10; ++serial)
+        saved.push_back(
+            SaveMessage({Long(PR_IMPORTANCE, serial), Long(thread, serial == 2 ? 7 : 8)}));
+    SPropValue inThread = Long(thread, 7);
+    SRestriction ofThread = {};
+    ofThread.rt = RES_PROPERTY;
+    ofThread.res.resProperty = {RELOP_EQ, thread, &inThread};
+    std::vector<LONG> found;
+    {
+        auto scope = platform::mapi::BeginSharedCommit(store_.Get());
+        for (std::size_t joining : {5u, 8u}) {
+            ComPtr<IMessage> message = Open(saved[joining]);
+            ASSERT_EQ(HrSetOneProp(message.Get(), &inThread), S_OK);
+            ASSERT_EQ(message->SaveChanges(0), S_OK);
+        }
+        ComPtr<IMAPITable> table;
+        ASSERT_EQ(inbox_->GetContentsTable(0, &table), S_OK);
+        SizedSPropTagArray(1, columns) = {1, {PR_IMPORTANCE}};
+        ASSERT_EQ(table->SetColumns(reinterpret_cast<LPSPropTagArray>(&columns), 0), S_OK);
+        auto next = [&] {
+            if (table->FindRow(&ofThread, BOOKMARK_CURRENT, 0) != S_OK) return false;
+            RowSetPtr row;
+            EXPECT_EQ(table->QueryRows(1, 0, &row), S_OK);
+            found.push_back(row->aRow[0].lpProps[0].Value.l);
+            return true;
+        };
+        ASSERT_TRUE(next());
+        // Fails after writing: the message behind the cursor, a value too long for the file.
+        int limit = 0;
+        OpenStoreFile()->WithDatabase([&](platform::mapi::store::Database& db) {
+            limit = sqlite3_limit(db.handle(), SQLITE_LIMIT_LENGTH, 1000);
+        });
+        ComPtr<IMessage> first = Open(saved[0]);
+        const std::string body(5000, 'x');
+        SPropValue longBody = Text(PR_BODY_A, body.c_str());
+        ASSERT_EQ(HrSetOneProp(first.Get(), &longBody), S_OK);
+        EXPECT_EQ(first->SaveChanges(0), MAPI_E_NOT_ENOUGH_MEMORY);
+        OpenStoreFile()->WithDatabase([&](platform::mapi::store::Database& db) {
+            sqlite3_limit(db.handle(), SQLITE_LIMIT_LENGTH, limit);
+        });
+        while (next()) {
+        }
+    }
+    EXPECT_EQ(found, std::vector<LONG>{2});
+    EXPECT_EQ(CheckStore(), std::vector<std::string>{});
+}
+
 }  // namespace
 }  // namespace orvella::testing

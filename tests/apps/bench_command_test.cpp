@@ -101,7 +101,7 @@ TEST_F(BenchCommandTest, AMailboxWhoseOwnerIsUnknownFailsAloneAndTheOthersAreMea
     WriteMail(corpus / "nobody" / "inbox" / "1.", "bob@example.org", "hello");
 
     const CommandResult run =
-        Orvella(home_, "bench --messages 100 --corpus '" + corpus.string() + "'");
+        Orvella(home_, "bench --messages 100 --corpus " + ShellWord(corpus.string()));
     EXPECT_EQ(run.status, 1) << run.output;
     EXPECT_NE(run.output.find("no sent mail in " + (corpus / "nobody").string()), std::string::npos)
         << run.output;

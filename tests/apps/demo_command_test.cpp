@@ -24,7 +24,7 @@ TEST(DemoCommandTest, BuildsAFreshHomeWithAPrioritizedInboxThroughTheCommandsItS
     TempHome home;
     const fs::path demo = home.path();
     CommandResult run =
-        Orvella(home, "demo --messages 300 --seed 7 --home '" + demo.string() + "'");
+        Orvella(home, "demo --messages 300 --seed 7 --home " + ShellWord(demo.string()));
     ASSERT_EQ(run.status, 0) << run.output;
     for (const std::string& shown : std::initializer_list<std::string>{
              "$ orvella init --address ", "$ orvella contact add --name ", "$ orvella import ",
@@ -47,7 +47,7 @@ TEST(DemoCommandTest, ContactsWhoseNamesHoldQuotesAreAddedAsGenerated) {
     TempHome home;
     // Seed 23 makes up a contact "Łukasz O'Brien", whose name must reach `contact add` whole.
     CommandResult run =
-        Orvella(home, "demo --messages 100 --seed 23 --home '" + home.path().string() + "'");
+        Orvella(home, "demo --messages 100 --seed 23 --home " + ShellWord(home.path().string()));
     ASSERT_EQ(run.status, 0) << run.output;
     CommandResult contacts = Orvella(home, "contact list");
     ASSERT_EQ(contacts.status, 0) << contacts.output;
@@ -93,7 +93,7 @@ TEST(DemoCommandTest, RefusesAHomeThatIsNotEmptyAndLeavesItAlone) {
     const fs::path used = home.path() / "used";
     fs::create_directories(used);
     std::ofstream(used / "keep.txt") << "mine";
-    CommandResult run = Orvella(home, "demo --messages 100 --home '" + used.string() + "'");
+    CommandResult run = Orvella(home, "demo --messages 100 --home " + ShellWord(used.string()));
     EXPECT_EQ(run.status, 1);
     EXPECT_NE(run.output.find("is not empty"), std::string::npos) << run.output;
     EXPECT_EQ(std::distance(fs::directory_iterator(used), fs::directory_iterator()), 1);

@@ -13,6 +13,7 @@ namespace {
 
 using orvella::testing::CommandResult;
 using orvella::testing::Orvella;
+using orvella::testing::ShellWord;
 
 TEST(RegCommand, ValuesSetOnTheCommandLineAreWhatTheRegistryApiReads) {
     orvella::testing::TempHome home;
@@ -76,7 +77,7 @@ TEST(RegCommand, FailuresExitNonZeroWithAMessageAndChangeNothing) {
     };
     const Case cases[] = {
         {R"(reg get 'HKCU\Software\Nope' X)", "does not exist"},
-        {"reg import '" + (home.path() / "bad.reg").string() + "'",
+        {"reg import " + ShellWord((home.path() / "bad.reg").string()),
          "bad.reg:1: not a registry file"},
         {R"(reg set 'HKXX\Software' X dword 1)", "HKXX"},
     };

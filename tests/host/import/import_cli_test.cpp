@@ -13,23 +13,22 @@ namespace {
 using nlohmann::json;
 using orvella::testing::CommandResult;
 using orvella::testing::Orvella;
+using orvella::testing::ShellWord;
 
 std::string Message(const std::string& subject, const std::string& id) {
     return "From: Ann Lee <ann@example.org>\nTo: bob@example.org\nSubject: " + subject +
            "\nMessage-ID: <" + id + ">\nDate: Tue, 5 Jan 2010 10:00:00 +0000\n\nHello\n";
 }
 
-class ImportCli : public orvella::testing::ImportTest {
-protected:
-    std::string Quoted(const std::filesystem::path& path) { return "'" + path.string() + "'"; }
-};
+class ImportCli : public orvella::testing::ImportTest {};
 
 TEST_F(ImportCli, JsonReportsCountsPerFolderAndSkippedFiles) {
     WriteFile("box/inbox/1.", Message("hello", "1@example.org"));
     WriteFile("box/inbox/2.", Message("again", "2@example.org"));
     WriteFile("box/sent/1.", Message("sent one", "3@example.org"));
     const auto junk = WriteFile("box/sent/2.", "just some notes\n");
-    const CommandResult run = Orvella(home_, "import --tree --json " + Quoted(MailDir() / "box"));
+    const CommandResult run =
+        Orvella(home_, "import --tree --json " + ShellWord((MailDir() / "box").string()));
     EXPECT_EQ(run.status, 1) << run.output;  // a file was skipped
     const json expected = {
         {"imported", 3},
@@ -39,8 +38,8 @@ TEST_F(ImportCli, JsonReportsCountsPerFolderAndSkippedFiles) {
         {"skipped", {{{"file", junk.string()}, {"reason", "not a mail message"}}}}};
     EXPECT_EQ(json::parse(run.output, nullptr, false), expected) << run.output;
 
-    const CommandResult again =
-        Orvella(home_, "import --tree --dedupe --json " + Quoted(MailDir() / "box/inbox"));
+    const CommandResult again = Orvella(
+        home_, "import --tree --dedupe --json " + ShellWord((MailDir() / "box/inbox").string()));
     EXPECT_EQ(again.status, 0) << again.output;
     const json deduped = json::parse(again.output, nullptr, false);
     EXPECT_EQ(deduped["folders"][0]["duplicates"], 2) << again.output;
@@ -56,7 +55,8 @@ TEST_F(ImportCli, TextOutputNamesSkippedFilesAndFoldersAreCreated) {
     const auto file = WriteFile("one.eml", Message("filed", "9@example.org"));
     const auto missing = MailDir() / "no-such.eml";
     const CommandResult run =
-        Orvella(home_, "import --folder Projects/Alpha " + Quoted(file) + " " + Quoted(missing));
+        Orvella(home_, "import --folder Projects/Alpha " + ShellWord(file.string()) + " " +
+                           ShellWord(missing.string()));
     EXPECT_EQ(run.status, 1);
     EXPECT_NE(run.output.find("skipped " + missing.string() + ": no such file or directory"),
               std::string::npos)
@@ -68,7 +68,7 @@ TEST_F(ImportCli, TextOutputNamesSkippedFilesAndFoldersAreCreated) {
 
 TEST_F(ImportCli, DeliverPutsUnreadMailInTheInbox) {
     const auto file = WriteFile("new.eml", Message("fresh", "n@example.org"));
-    const CommandResult run = Orvella(home_, "deliver --json " + Quoted(file));
+    const CommandResult run = Orvella(home_, "deliver --json " + ShellWord(file.string()));
     EXPECT_EQ(run.status, 0) << run.output;
     auto messages = Messages(inbox_.Get());
     ASSERT_EQ(messages.size(), 1u);
@@ -78,7 +78,7 @@ TEST_F(ImportCli, DeliverPutsUnreadMailInTheInbox) {
 
 TEST_F(ImportCli, ANonExistentProfileIsAnError) {
     const auto file = WriteFile("x.eml", Message("x", "x@example.org"));
-    const CommandResult run = Orvella(home_, "--profile Nobody import " + Quoted(file));
+    const CommandResult run = Orvella(home_, "--profile Nobody import " + ShellWord(file.string()));
     EXPECT_EQ(run.status, 1);
     EXPECT_NE(run.output.find("there is no profile \"Nobody\""), std::string::npos) << run.output;
 }
